@@ -1,0 +1,115 @@
+// The remote data client: under the remote protocol every lookup is sent to a
+// remote data server whose operations mirror the library's public ones.
+#ifndef TOVAK_REMOTE_CLIENT_H_
+#define TOVAK_REMOTE_CLIENT_H_
+
+#include <cstdint>
+#include <string>
+
+#include "tovak/export.h"
+
+class TOVAK_EXPORT CmirvoClient {
+ public:
+  CmirvoClient() = default;
+  CmirvoClient(const CmirvoClient&) = delete;
+  CmirvoClient& operator=(const CmirvoClient&) = delete;
+  virtual ~CmirvoClient() = default;
+
+  // Credentials proving the user to the server; null stores none.
+  void setExtraUserName(const char* user) { Store(user, user_, hasUser_); }
+  void setExtraKeyFile(const char* path) { Store(path, keyFile_, hasKeyFile_); }
+  void setExtraPassPhrase(const char* pass) { Store(pass, passPhrase_, hasPassPhrase_); }
+
+  // 1: connect with TLS; 0: plain connection.
+  int tlsEnabled = 0;
+
+  // Ends the connection; the next Connect connects afresh.
+  virtual void Disconnect() = 0;
+
+  // 0 when it has just connected, 1 when it was already connected, any
+  // other value on failure.
+  virtual int Connect(const char* host, int port) = 0;
+
+  // The remote forms of the lookups. Each returns the lookup's status; an
+  // output the server did not write is left as it was.
+  virtual int GetDTSinfox(const char* diag, unsigned int shot, int subShot, int chKey1,
+                          int chKey2, std::string& dtsKind, std::string& linkText1,
+                          std::string& linkText2, short* linkNum3, short* linkNum4,
+                          int* clockSetting, int* linkNum8, std::string& clockSource,
+                          int* preSample, int* sampInterval, int* clkHostId,
+                          std::string& clkDtsWord3) = 0;
+  virtual int GetDTSinfoCLK(const char* diag, unsigned int shot, int subShot, int chKey1,
+                            int chKey2, std::string& dtsKind, std::string& linkText1,
+                            std::string& linkText2, std::string& linkText3,
+                            std::string& linkText4, int* clockSetting, int* linkNum8,
+                            std::string& clockSource, std::string& preSampleText,
+                            std::string& sampIntervalText, std::string& clkDtsType,
+                            std::string& clkDtsHost, std::string& clkDtsWord3) = 0;
+  virtual int SamplingCycle(const char* clkDtsType, const char* clkDtsHost,
+                            const char* clkModule, const char* clkOutput,
+                            const char* trgDtsType, const char* trgDtsHost,
+                            const char* trgModule, const char* trgOutput,
+                            int sampIntervalIn, unsigned int shot, unsigned short subShot,
+                            const char* clockSource, const char* internalClock,
+                            const char* cycleMultiplier, int* sampInterval,
+                            int64_t* sampPeriod, int64_t* clockStart,
+                            int64_t* triggerTime, int64_t* clockCycle) = 0;
+  virtual int Sampling0Timing(unsigned char fromClockStart, const char* trgDtsType,
+                              const char* trgDtsHost, const char* trgModule,
+                              const char* trgOutput, unsigned int shot,
+                              unsigned short subShot, const char* clockSource,
+                              const char* preSample, int64_t sampPeriod,
+                              int64_t clockStart, int64_t triggerTimeIn,
+                              int64_t* triggerTime, int64_t* firstSampleTime) = 0;
+  virtual int GetDTSdatax2(const char* trgDtsType, const char* trgDtsHost,
+                           const char* trgModule, const char* trgOutput,
+                           const char* clkDtsType, const char* clkDtsHost,
+                           const char* clkModule, const char* clkOutput,
+                           int sampIntervalIn, int64_t sampleCount, unsigned int shot,
+                           unsigned short subShot, const char* clockSource,
+                           const char* internalClock, const char* cycleMultiplier,
+                           const char* preSample, int64_t lastSample, int* sampInterval,
+                           int64_t* sampPeriod, int64_t* delay) = 0;
+  // The list arrives in CParamSet's text form.
+  virtual int GetDTSParameters(const char* dtsName, const char* module, unsigned int shot,
+                               unsigned short subShot, unsigned short channel,
+                               std::string& paramText) = 0;
+  virtual int GetDTSParametersCount(const char* dtsName, const char* module,
+                                    unsigned int shot, unsigned short subShot,
+                                    int firstChannel, int lastChannel, int* count,
+                                    int* firstChannelOut, int* lastChannelOut,
+                                    std::string& moduleName) = 0;
+
+  // Selects the data site on a new connection; 0 on success.
+  virtual int SelectSite(const char* site, int option) = 0;
+
+ protected:
+  // Credentials as last handed over; empty when none.
+  const std::string& extraUserName() const { return user_; }
+  const std::string& extraKeyFile() const { return keyFile_; }
+  const std::string& extraPassPhrase() const { return passPhrase_; }
+  bool hasExtraUserName() const { return hasUser_; }
+  bool hasExtraKeyFile() const { return hasKeyFile_; }
+  bool hasExtraPassPhrase() const { return hasPassPhrase_; }
+
+ private:
+  static void Store(const char* text, std::string& to, bool& has) {
+    has = text != nullptr;
+    to = has ? text : "";
+  }
+
+  std::string user_, keyFile_, passPhrase_;
+  bool hasUser_ = false, hasKeyFile_ = false, hasPassPhrase_ = false;
+};
+
+class TOVAK_EXPORT CmonoMirvoDataClient : public CmirvoClient {
+ public:
+  // The one process-wide client; never null.
+  static CmonoMirvoDataClient* getInstance();
+};
+
+// Releases the library's remote resources: the remote client disconnects and
+// the next set-up connects again.
+TOVAK_EXPORT void tovakRelease();
+
+#endif  // TOVAK_REMOTE_CLIENT_H_

@@ -1,0 +1,107 @@
+// Protocol choice (direct database access or remote server) and set-up of
+// the remote data client from an address [scheme]host[:port][/site].
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "access/state.h"
+#include "tovak/client_env.h"
+#include "tovak/remote_client.h"
+#include "tovak/tovak.h"
+
+namespace {
+
+struct Scheme {
+  const char* prefix;
+  size_t length;
+  int tls;
+};
+
+// Tested in this order, as case-sensitive prefixes.
+constexpr Scheme kSchemes[] = {
+    {"https://", 8, 1},
+    {"grpcs://", 8, 1},
+    {"http://", 7, 0},
+    {"grpc://", 7, 0},
+};
+
+const Scheme* MatchScheme(const char* url) {
+  for (const Scheme& scheme : kSchemes) {
+    if (std::strncmp(url, scheme.prefix, scheme.length) == 0) return &scheme;
+  }
+  return nullptr;
+}
+
+constexpr char kDefaultSite[] = "ubo";
+
+}  // namespace
+
+void setTovakProtocolV1() { CurrentProtocol = tovak::kProtocolV1; }
+
+void setTovakProtocolV2(const char* server) {
+  CurrentProtocol = tovak::kProtocolV2;
+  if (server != nullptr) ServerV2Name = server;
+}
+
+int isTovakProtocolV2(const char* server) {
+  if (CurrentProtocol != tovak::kProtocolUndecided) return CurrentProtocol;
+  CtovakDescriptor::SetEnv();
+  if (const char* configured = CClientEnvironment::getEnv("KOVD_GRPC")) {
+    ServerV2Name = configured;
+    return CurrentProtocol = tovak::kProtocolV2;
+  }
+  if (server != nullptr && MatchScheme(server) != nullptr) {
+    ServerV2Name = server;
+    return CurrentProtocol = tovak::kProtocolV2;
+  }
+  return CurrentProtocol = tovak::kProtocolV1;
+}
+
+const char* cCheckV2scheme(const char* url, int* tls) {
+  if (url == nullptr) return nullptr;
+  const Scheme* scheme = MatchScheme(url);
+  if (scheme == nullptr) return url;
+  if (tls != nullptr) *tls = scheme->tls;
+  return url + scheme->length;
+}
+
+char* CheckV2scheme(char* url, int* tls) {
+  const char* rest = cCheckV2scheme(url, tls);
+  return rest == nullptr ? nullptr : url + (rest - url);
+}
+
+CmonoMirvoDataClient* tDataClientSetup(const char* server) {
+  const char* address = ServerV2Name != nullptr ? ServerV2Name : server;
+  std::string copy;
+  const char* host = nullptr;
+  const char* site = nullptr;
+  int port = 0;
+  int tls = -1;  // -1: no scheme, the client's setting stays as it is
+  if (address != nullptr) {
+    copy = address;
+    char* rest = CheckV2scheme(copy.data(), &tls);
+    // Both separators are located before either cut is made.
+    char* colon = std::strchr(rest, ':');
+    char* slash = std::strchr(rest, '/');
+    if (colon != nullptr) *colon = '\0';
+    if (slash != nullptr) *slash = '\0';
+    host = rest;
+    if (colon != nullptr) port = static_cast<int>(std::strtol(colon + 1, nullptr, 10));
+    site = (slash != nullptr && slash[1] != '\0') ? slash + 1 : kDefaultSite;
+  }
+
+  CmonoMirvoDataClient* client = CmonoMirvoDataClient::getInstance();
+  if (tls != -1) client->tlsEnabled = tls;
+  client->setExtraUserName(CClientEnvironment::getEnv("TOVAK_USER"));
+  client->setExtraKeyFile(CClientEnvironment::getEnv("TOVAK_USER_KEY_FILE"));
+  client->setExtraPassPhrase(CClientEnvironment::getEnv("TOVAK_USER_KEY_PASSPHRASE"));
+
+  switch (client->Connect(host, port)) {
+    case 0:
+      return client->SelectSite(site, 0) == 0 ? client : nullptr;
+    case 1:
+      return client;
+    default:
+      return nullptr;
+  }
+}
