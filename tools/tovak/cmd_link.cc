@@ -1,0 +1,74 @@
+// link, clk: the DTS link of a digitizer channel.
+#include <string>
+#include <vector>
+
+#include "command.h"
+#include "link_row.h"
+#include "tovak/tovak.h"
+
+namespace tovak::cli {
+namespace {
+
+constexpr size_t kTextBuffer = 4096;
+
+void RunLink(const Args& args, const std::string& server, Report& report) {
+  const ChannelKey key = ReadChannelKey(args);
+  std::vector<char> kind(kTextBuffer), t1(kTextBuffer), t2(kTextBuffer), source(kTextBuffer),
+      word3(kTextBuffer);
+  short num3 = 0, num4 = 0;
+  int clockSetting = 0, num8 = 0, preSample = 0, sampInterval = 0, clkHostId = 0;
+  const int status = tovakGetDTSinfox(key.diag.c_str(), key.shot, key.subShot, key.chKey1,
+                                      key.chKey2, server.c_str(), kind.data(), t1.data(),
+                                      t2.data(), &num3, &num4, &clockSetting, &num8,
+                                      source.data(), &preSample, &sampInterval, &clkHostId,
+                                      word3.data());
+  Check("tovakGetDTSinfox", status);
+  report.Add("dtsKind", "DTS kind", std::string(kind.data()));
+  report.Add("dtsHost", "DTS host", std::string(t1.data()));
+  report.Add("module", "module", std::string(t2.data()));
+  report.Add("linkNum3", "column 3", int64_t{num3});
+  report.Add("linkNum4", "column 4", int64_t{num4});
+  report.Add("clockSource", "clock source", std::string(source.data()));
+  report.Add("clockSetting", "clock setting", int64_t{clockSetting});
+  report.Add("linkNum8", "column 8", int64_t{num8});
+  report.Add("preSample", "pre-samples", int64_t{preSample});
+  report.Add("sampInterval", "sampling interval", int64_t{sampInterval}, "ns");
+  report.Add("clkHostId", "clock DTS id", int64_t{clkHostId});
+  report.Add("clkDtsWord3", "clock DTS word 3", std::string(word3.data()));
+}
+
+void RunClk(const Args& args, const std::string& server, Report& report) {
+  const LinkTexts link = ReadLinkTexts(ReadChannelKey(args), server);
+  report.Add("dtsKind", "DTS kind", link.dtsKind);
+  report.Add("linkText1", "DTS host", link.text1);
+  report.Add("linkText2", "module", link.text2);
+  report.Add("linkText3", "column 3", link.text3);
+  report.Add("linkText4", "column 4", link.text4);
+  report.Add("clockSource", "clock source", link.clockSource);
+  report.Add("clockSetting", "clock setting", int64_t{link.clockSetting});
+  report.Add("linkNum8", "column 8", int64_t{link.num8});
+  report.Add("preSample", "PreSample", link.preSample);
+  report.Add("sampInterval", "SampInterval", link.sampInterval);
+  report.Add("clkDtsType", "ClkDTS kind", link.clkDtsType);
+  report.Add("clkDtsHost", "ClkDTS host", link.clkDtsHost);
+  report.Add("clkDtsWord3", "ClkDTS word 3", link.clkDtsWord3);
+}
+
+}  // namespace
+
+void AddLinkCommands(std::vector<Command>& commands) {
+  commands.push_back({"link", "DTS link of a digitizer channel, decoded",
+                      "link DIAG SHOT SUBSHOT CHKEY1 CHKEY2\n"
+                      "  The timing unit, clock source and sampling set-up linked to the channel,\n"
+                      "  with the options decoded into numbers and the clock unit's identifier.\n",
+                      {},
+                      &RunLink});
+  commands.push_back({"clk", "DTS link of a digitizer channel, as raw texts",
+                      "clk DIAG SHOT SUBSHOT CHKEY1 CHKEY2\n"
+                      "  The channel's link fields and options as stored, including the kind and\n"
+                      "  name of the timing unit that supplies the clock.\n",
+                      {},
+                      &RunClk});
+}
+
+}  // namespace tovak::cli

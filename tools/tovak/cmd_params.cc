@@ -1,0 +1,88 @@
+// params, count: the parameter list of a timing output channel.
+#include <climits>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "command.h"
+#include "tovak/param_set.h"
+#include "tovak/tovak.h"
+
+namespace tovak::cli {
+namespace {
+
+const char* TagName(int tag) {
+  switch (tag) {
+    case kTovakParamText: return "text";
+    case kTovakParamInt: return "int";
+    case kTovakParamUInt: return "unsigned";
+    case kTovakParamLong: return "long";
+    case kTovakParamTime: return "time";
+    case kTovakParamSeconds: return "seconds";
+    default: return "other";
+  }
+}
+
+unsigned int ShotArg(const Args& args, size_t i) {
+  return static_cast<unsigned>(ParseInteger(args.Positional(i, "SHOT"), "SHOT", 0, UINT_MAX));
+}
+unsigned short SubShotArg(const Args& args, size_t i) {
+  return static_cast<unsigned short>(
+      ParseInteger(args.Positional(i, "SUBSHOT"), "SUBSHOT", 0, USHRT_MAX));
+}
+
+void RunParams(const Args& args, const std::string& server, Report& report) {
+  const std::string& dts = args.Positional(0, "DTS");
+  const std::string& module = args.Positional(1, "MODULE");
+  const unsigned short channel = static_cast<unsigned short>(
+      ParseInteger(args.Positional(4, "CHANNEL"), "CHANNEL", 0, USHRT_MAX));
+  CParamSet params;
+  Check("getDTSParameters", getDTSParameters(server.c_str(), dts.c_str(), module.c_str(),
+                                             ShotArg(args, 2), SubShotArg(args, 3), channel,
+                                             params));
+  Table table{"parameters", {"name", "value", "type"}, {}};
+  std::vector<char> name(1024), value(4096);
+  for (int i = 0; i < params.GetParamCount(); ++i) {
+    int tag = 0;
+    params.GetParam(i, name.data(), static_cast<int>(name.size()), value.data(),
+                    static_cast<int>(value.size()), &tag);
+    table.rows.push_back({std::string(name.data()), std::string(value.data()),
+                          std::string(TagName(tag))});
+  }
+  report.AddTable(std::move(table));
+}
+
+void RunCount(const Args& args, const std::string& server, Report& report) {
+  const std::string& dts = args.Positional(0, "DTS");
+  const std::string& module = args.Positional(1, "MODULE");
+  short count = 0;
+  int first = static_cast<int>(args.Integer("first", 1));
+  int last = static_cast<int>(args.Integer("last", 0));
+  char moduleUsed[64] = "";
+  Check("tovakGetDTSParametersCount",
+        tovakGetDTSParametersCount(server.c_str(), dts.c_str(), module.c_str(), ShotArg(args, 2),
+                                   SubShotArg(args, 3), &count, &first, &last, moduleUsed));
+  report.Add("count", "parameters per channel", int64_t{count});
+  report.Add("firstChannel", "first channel", int64_t{first});
+  report.Add("lastChannel", "last channel", int64_t{last});
+  report.Add("module", "module", std::string(moduleUsed));
+}
+
+}  // namespace
+
+void AddParameterCommands(std::vector<Command>& commands) {
+  commands.push_back({"params", "settings of a timing output channel",
+                      "params DTS MODULE SHOT SUBSHOT CHANNEL\n"
+                      "  The channel's settings as an ordered list of named values. MODULE may be\n"
+                      "  NONAME when unknown; channels count from 1.\n",
+                      {},
+                      &RunParams});
+  commands.push_back({"count", "parameters needed over a range of channels",
+                      "count DTS MODULE SHOT SUBSHOT [--first N] [--last N]\n"
+                      "  The largest parameter count over channels first..last (last 0: up to the\n"
+                      "  module's last channel), with the module name used.\n",
+                      {{"first", "last"}, {}},
+                      &RunCount});
+}
+
+}  // namespace tovak::cli

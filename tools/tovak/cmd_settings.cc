@@ -1,0 +1,104 @@
+// modules, channels, settings: what a diagnostic's digitizers used in a shot.
+#include <climits>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "command.h"
+#include "tovak/tovak.h"
+
+namespace tovak::cli {
+namespace {
+
+unsigned int ShotArg(const Args& args, size_t i) {
+  return static_cast<unsigned>(ParseInteger(args.Positional(i, "SHOT"), "SHOT", 0, UINT_MAX));
+}
+unsigned short SubShotArg(const Args& args, size_t i) {
+  return static_cast<unsigned short>(
+      ParseInteger(args.Positional(i, "SUBSHOT"), "SUBSHOT", 0, USHRT_MAX));
+}
+
+// Arrays the library allocates with new[]; released here whatever happens.
+template <class T>
+struct Owned {
+  T* data = nullptr;
+  int count = 0;
+  ~Owned() { delete[] data; }
+};
+
+const std::vector<std::string> kChannelColumns = {"column0", "column1", "column2", "column3",
+                                                  "column4", "column5", "column6", "column7"};
+
+std::vector<Value> ChannelRow(const DTSchSettings& c) {
+  return {int64_t{c.column0}, c.column1, c.column2, c.column3,
+          int64_t{c.column4}, int64_t{c.column5}, int64_t{c.column6}, int64_t{c.column7}};
+}
+
+std::string SetupServer(const Args& args) { return args.Text("setup-server", ""); }
+
+void RunModules(const Args& args, const std::string&, Report& report) {
+  Owned<DTSmodule> modules;
+  Check("tovakGetDTSdiagShot",
+        tovakGetDTSdiagShot(SetupServer(args).c_str(), args.Positional(0, "DIAG").c_str(),
+                            ShotArg(args, 1), SubShotArg(args, 2), &modules.data, &modules.count,
+                            1));
+  Table table{"modules", {"key1", "key2"}, {}};
+  for (int i = 0; i < modules.count; ++i) {
+    table.rows.push_back({std::string(modules.data[i].key1), std::string(modules.data[i].key2)});
+  }
+  report.AddTable(std::move(table));
+}
+
+void RunChannels(const Args& args, const std::string& server, Report& report) {
+  Owned<DTSchSettings> channels;
+  Check("tovakGetDTSchSettings",
+        tovakGetDTSchSettings(server.c_str(), args.Positional(0, "KEY1").c_str(),
+                              args.Positional(1, "KEY2").c_str(), ShotArg(args, 2),
+                              SubShotArg(args, 3), &channels.data, &channels.count, 1));
+  Table table{"channels", kChannelColumns, {}};
+  for (int i = 0; i < channels.count; ++i) table.rows.push_back(ChannelRow(channels.data[i]));
+  report.AddTable(std::move(table));
+}
+
+void RunSettings(const Args& args, const std::string& server, Report& report) {
+  struct Settings : Owned<DTSsettings> {
+    ~Settings() { cleanup_DTSsettingsArray(data, count); }
+  } settings;
+  Check("tovakGetDTSsettings",
+        tovakGetDTSsettings(SetupServer(args).c_str(), server.c_str(),
+                            args.Positional(0, "DIAG").c_str(), ShotArg(args, 1),
+                            SubShotArg(args, 2), &settings.data, &settings.count, 1));
+  std::vector<std::string> columns = {"key1", "key2", "channel"};
+  columns.insert(columns.end(), kChannelColumns.begin(), kChannelColumns.end());
+  Table table{"channels", columns, {}};
+  for (int m = 0; m < settings.count; ++m) {
+    const DTSsettings& s = settings.data[m];
+    for (int c = 0; c < s.chCount; ++c) {
+      std::vector<Value> row = {std::string(s.module.key1), std::string(s.module.key2),
+                                int64_t{c + 1}};
+      for (Value& v : ChannelRow(s.chSettings[c])) row.push_back(std::move(v));
+      table.rows.push_back(std::move(row));
+    }
+  }
+  report.Add("modules", "modules", int64_t{settings.count});
+  report.AddTable(std::move(table));
+}
+
+}  // namespace
+
+void AddSettingsCommands(std::vector<Command>& commands) {
+  commands.push_back({"modules", "digitizer modules a diagnostic used in a shot",
+                      "modules DIAG SHOT SUBSHOT [--setup-server NAME]\n"
+                      "  Asks the setup database (NAME: host[/site][:port[:database]], default\n"
+                      "  SETUPSERVERNAME).\n",
+                      {{"setup-server"}, {}},
+                      &RunModules});
+  commands.push_back({"channels", "channel settings of a digitizer module",
+                      "channels KEY1 KEY2 SHOT SUBSHOT\n", {}, &RunChannels});
+  commands.push_back({"settings", "modules of a diagnostic with their channel settings",
+                      "settings DIAG SHOT SUBSHOT [--setup-server NAME]\n",
+                      {{"setup-server"}, {}},
+                      &RunSettings});
+}
+
+}  // namespace tovak::cli

@@ -1,0 +1,103 @@
+// tovak: timing information of recorded digitizer signals, at the terminal.
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "command.h"
+#include "status_text.h"
+#include "tovak/tovak.h"
+
+namespace tovak::cli {
+namespace {
+
+constexpr char kGlobalUsage[] =
+    "Global options (any command):\n"
+    "  --server NAME   database server name (host[/site][::database]) or remote address\n"
+    "                  (grpc://host:port/site, grpcs://...); default: INDEXSERVERNAME or KOVD_GRPC\n"
+    "  --json          machine-readable output\n"
+    "  --verbose       the library's diagnostic messages on standard error\n"
+    "  --help          help of the command\n";
+
+void PrintCommandList(std::FILE* out) {
+  std::fprintf(out, "usage: tovak COMMAND [ARGUMENTS] [OPTIONS]\n\nCommands:\n");
+  for (const Command& c : Commands()) std::fprintf(out, "  %-13s %s\n", c.name, c.summary);
+  std::fprintf(out, "\n%s\nRun 'tovak COMMAND --help' for the arguments of a command.\n",
+               kGlobalUsage);
+}
+
+const Command* Find(const std::string& name) {
+  for (const Command& c : Commands()) {
+    if (name == c.name) return &c;
+  }
+  return nullptr;
+}
+
+OptionSpec Merge(OptionSpec a, const OptionSpec& b) {
+  a.valued.insert(b.valued.begin(), b.valued.end());
+  a.flags.insert(b.flags.begin(), b.flags.end());
+  return a;
+}
+
+int Run(const std::vector<std::string>& argv) {
+  if (argv.empty() || argv[0] == "--help" || argv[0] == "-h" || argv[0] == "help") {
+    PrintCommandList(argv.empty() ? stderr : stdout);
+    return argv.empty() ? 2 : 0;
+  }
+  const Command* command = Find(argv[0]);
+  if (command == nullptr) {
+    std::fprintf(stderr, "tovak: unknown command '%s'\n\n", argv[0].c_str());
+    PrintCommandList(stderr);
+    return 2;
+  }
+  try {
+    const Args args = Args::Parse({argv.begin() + 1, argv.end()},
+                                  Merge(GlobalOptions(), command->options));
+    if (args.Flag("help")) {
+      std::printf("usage: tovak %s\n\n%s", command->usage, kGlobalUsage);
+      return 0;
+    }
+    set_tovak_t_verbose(args.Flag("verbose"));
+    Report report;
+    command->run(args, args.Text("server", ""), report);
+    if (args.Flag("json")) {
+      report.PrintJson(stdout);
+    } else {
+      report.PrintText(stdout);
+    }
+    return 0;
+  } catch (const UsageError& e) {
+    std::fprintf(stderr, "tovak %s: %s\nusage: tovak %s\n", command->name, e.what(),
+                 command->usage);
+    return 2;
+  } catch (const LookupFailure& f) {
+    std::fprintf(stderr, "tovak %s: %s returned %d: %s\n", command->name, f.function, f.status,
+                 StatusText(f.status));
+    return 1;
+  }
+}
+
+}  // namespace
+
+OptionSpec GlobalOptions() { return {{"server"}, {"json", "verbose", "help"}}; }
+
+void Check(const char* function, int status) {
+  if (status != 0) throw LookupFailure{function, status};
+}
+
+const std::vector<Command>& Commands() {
+  static const std::vector<Command> commands = [] {
+    std::vector<Command> all;
+    AddLinkCommands(all);
+    AddTimingCommands(all);
+    AddParameterCommands(all);
+    AddSettingsCommands(all);
+    return all;
+  }();
+  return commands;
+}
+
+}  // namespace tovak::cli
+
+int main(int argc, char** argv) {
+  return tovak::cli::Run(std::vector<std::string>(argv + 1, argv + argc));
+}
