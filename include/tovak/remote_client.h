@@ -8,6 +8,22 @@
 
 #include "tovak/export.h"
 
+// Statuses of the remote client's own failures (transport, credentials,
+// server refusals). They lie outside the range of the lookups' statuses, so a
+// caller can tell "the server could not be asked" from "the lookup failed".
+enum {
+  TOVAK_E_REMOTE_UNAVAILABLE = -600,      // server unreachable or connection lost
+  TOVAK_E_REMOTE_DEADLINE = -601,         // no answer within the call deadline
+  TOVAK_E_REMOTE_UNAUTHENTICATED = -602,  // server refused the proof of identity
+  TOVAK_E_REMOTE_PERMISSION = -603,       // user not authorized by the server
+  TOVAK_E_REMOTE_CREDENTIALS = -604,      // key, passphrase or CA file unusable
+  TOVAK_E_REMOTE_NOT_CONNECTED = -605,    // operation called without a connection
+  TOVAK_E_REMOTE_UNKNOWN_SITE = -606,     // site not served, or none selected
+  TOVAK_E_REMOTE_ADDRESS = -607,          // null or empty host, port not in 1..65535
+  TOVAK_E_REMOTE_PROTOCOL = -608,         // unexpected answer or unknown operation
+  TOVAK_E_REMOTE_SERVER = -609,           // the server failed internally
+};
+
 class TOVAK_EXPORT CmirvoClient {
  public:
   CmirvoClient() = default;

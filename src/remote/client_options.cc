@@ -1,0 +1,44 @@
+#include "remote/client_options.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "tovak/client_env.h"
+
+namespace tovak::remote {
+namespace {
+
+long PositiveNumber(const char* text, long fallback) {
+  if (text == nullptr || *text == '\0') return fallback;
+  errno = 0;
+  char* end = nullptr;
+  const long value = std::strtol(text, &end, 10);
+  if (errno != 0 || *end != '\0' || value <= 0) return fallback;
+  return value;
+}
+
+}  // namespace
+
+ClientOptions ReadClientOptions() {
+  CtovakDescriptor::SetEnv();
+  ClientOptions options;
+  options.deadline = std::chrono::milliseconds(
+      PositiveNumber(CClientEnvironment::getEnv("TOVAK_DEADLINE_MS"), kDefaultDeadlineMs));
+  if (const char* ca = CClientEnvironment::getEnv("TOVAK_CA_FILE")) options.caFile = ca;
+  return options;
+}
+
+bool ReadWholeFile(const std::string& path, std::string* content) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return false;
+  std::ostringstream text;
+  text << in.rdbuf();
+  if (in.bad()) return false;
+  *content = text.str();
+  return true;
+}
+
+}  // namespace tovak::remote

@@ -1,0 +1,32 @@
+// Settings of the remote client, read from the library's configuration on
+// every connection attempt.
+#ifndef TOVAK_REMOTE_CLIENT_OPTIONS_H_
+#define TOVAK_REMOTE_CLIENT_OPTIONS_H_
+
+#include <chrono>
+#include <string>
+
+namespace tovak::remote {
+
+inline constexpr int kDefaultDeadlineMs = 10000;
+// Used when TOVAK_CA_FILE is not set and TLS is on.
+inline constexpr char kSystemRootsFile[] = "/etc/ssl/certs/ca-certificates.crt";
+
+struct ClientOptions {
+  // TOVAK_DEADLINE_MS: how long a call, and a connection attempt, may take.
+  std::chrono::milliseconds deadline{kDefaultDeadlineMs};
+  // TOVAK_CA_FILE: certificates that may sign the server's certificate;
+  // empty: the system's roots.
+  std::string caFile;
+};
+
+// The current settings. A TOVAK_DEADLINE_MS that is not a positive decimal
+// number gives the default.
+ClientOptions ReadClientOptions();
+
+// The whole content of a file; false when it cannot be read.
+bool ReadWholeFile(const std::string& path, std::string* content);
+
+}  // namespace tovak::remote
+
+#endif  // TOVAK_REMOTE_CLIENT_OPTIONS_H_

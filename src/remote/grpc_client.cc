@@ -1,0 +1,392 @@
+#include "remote/grpc_client.h"
+
+#include <grpcpp/create_channel.h>
+#include <grpcpp/security/credentials.h>
+#include <grpcpp/support/channel_arguments.h>
+
+#include <ctime>
+
+#include "remote/call_auth.h"
+#include "remote/status_map.h"
+
+namespace tovak::remote {
+namespace {
+
+// After a lost connection gRPC retries in the background; keep its pauses
+// short so that a restarted server is found again quickly.
+constexpr int kMaxReconnectBackoffMs = 1000;
+
+std::string Target(const char* host, int port) {
+  const std::string name = host;
+  const bool ipv6Literal = name.find(':') != std::string::npos && name.front() != '[';
+  return (ipv6Literal ? "[" + name + "]" : name) + ":" + std::to_string(port);
+}
+
+std::chrono::system_clock::time_point DeadlineAfter(std::chrono::milliseconds span) {
+  return std::chrono::system_clock::now() + span;
+}
+
+void SetLink(v1::DTSLink* link, const char* type, const char* host, const char* module,
+             const char* output) {
+  if (type != nullptr) link->set_dts_type(type);
+  if (host != nullptr) link->set_dts_host(host);
+  if (module != nullptr) link->set_module(module);
+  if (output != nullptr) link->set_output(output);
+}
+
+// Outputs are written back only when the server wrote them.
+void Take(bool written, const std::string& value, std::string& out) {
+  if (written) out = value;
+}
+template <class Out, class Value>
+void Take(bool written, Value value, Out* out) {
+  if (written && out != nullptr) *out = static_cast<Out>(value);
+}
+
+}  // namespace
+
+void GrpcDataClient::Disconnect() {
+  stub_.reset();
+  channel_.reset();
+  target_.clear();
+  channelCaFile_.clear();
+  site_.clear();
+  broken_ = false;
+}
+
+bool GrpcDataClient::IsConnectedTo(const std::string& target, int tls,
+                                   const ClientOptions& options) const {
+  if (!channel_ || broken_ || target != target_ || tls != channelTls_) return false;
+  if (tls != 0 && options.caFile != channelCaFile_) return false;
+  const grpc_connectivity_state state = channel_->GetState(false);
+  return state != GRPC_CHANNEL_TRANSIENT_FAILURE && state != GRPC_CHANNEL_SHUTDOWN;
+}
+
+int GrpcDataClient::OpenChannel(const std::string& target, const ClientOptions& options) {
+  std::shared_ptr<grpc::ChannelCredentials> transport;
+  if (tlsEnabled != 0) {
+    grpc::SslCredentialsOptions ssl;
+    const std::string& roots = options.caFile.empty() ? kSystemRootsFile : options.caFile;
+    if (!ReadWholeFile(roots, &ssl.pem_root_certs) && !options.caFile.empty()) {
+      return TOVAK_E_REMOTE_CREDENTIALS;
+    }
+    transport = grpc::SslCredentials(ssl);
+  } else {
+    transport = grpc::InsecureChannelCredentials();
+  }
+  grpc::ChannelArguments arguments;
+  // A fresh connection must not inherit the failed state of the last one.
+  arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
+  arguments.SetInt(GRPC_ARG_MAX_RECONNECT_BACKOFF_MS, kMaxReconnectBackoffMs);
+  auto channel = grpc::CreateCustomChannel(target, transport, arguments);
+  if (!channel->WaitForConnected(DeadlineAfter(options.deadline))) {
+    return TOVAK_E_REMOTE_UNAVAILABLE;
+  }
+  channel_ = std::move(channel);
+  stub_ = v1::TimingData::NewStub(channel_);
+  target_ = target;
+  channelTls_ = tlsEnabled;
+  channelCaFile_ = options.caFile;
+  return 0;
+}
+
+int GrpcDataClient::Connect(const char* host, int port) {
+  if (host == nullptr || *host == '\0' || port <= 0 || port > 65535) {
+    return TOVAK_E_REMOTE_ADDRESS;
+  }
+  const ClientOptions options = ReadClientOptions();
+  deadline_ = options.deadline;
+  if (const int status = RefreshCredentials(); status != 0) return status;
+  const std::string target = Target(host, port);
+  if (IsConnectedTo(target, tlsEnabled, options)) return 1;
+  Disconnect();
+  return OpenChannel(target, options);
+}
+
+bool GrpcDataClient::SameCredentials() const {
+  return credentials_.user == extraUserName() && credentials_.keyFile == extraKeyFile() &&
+         credentials_.passPhrase == extraPassPhrase() &&
+         credentials_.hasKeyFile == hasExtraKeyFile() &&
+         credentials_.hasPassPhrase == hasExtraPassPhrase();
+}
+
+int GrpcDataClient::RefreshCredentials() {
+  if (SameCredentials() && (credentials_.key || !credentials_.hasKeyFile)) return 0;
+  credentials_ = LoadedCredentials{};
+  credentials_.user = extraUserName();
+  if (!hasExtraKeyFile() || extraKeyFile().empty()) return 0;
+  // A key without a user name proves nothing the server can check.
+  if (extraUserName().empty()) return TOVAK_E_REMOTE_CREDENTIALS;
+  PkeyPtr key = LoadPrivateKey(extraKeyFile(),
+                               hasExtraPassPhrase() ? extraPassPhrase().c_str() : nullptr,
+                               nullptr);
+  if (!key) return TOVAK_E_REMOTE_CREDENTIALS;
+  credentials_.keyFile = extraKeyFile();
+  credentials_.passPhrase = extraPassPhrase();
+  credentials_.hasKeyFile = true;
+  credentials_.hasPassPhrase = hasExtraPassPhrase();
+  credentials_.key = std::move(key);
+  return 0;
+}
+
+int GrpcDataClient::PrepareCall(grpc::ClientContext& context, const char* method,
+                                const std::string& site) {
+  context.set_deadline(DeadlineAfter(deadline_));
+  context.AddMetadata(kSiteKey, site);
+  if (credentials_.user.empty()) return 0;
+  context.AddMetadata(kUserKey, credentials_.user);
+  if (!credentials_.key) return 0;
+  const int64_t now = static_cast<int64_t>(std::time(nullptr));
+  const std::string nonce = RandomNonce();
+  const std::string signature =
+      Sign(credentials_.key.get(), AuthPayload(credentials_.user, method, site, now, nonce));
+  if (nonce.empty() || signature.empty()) return TOVAK_E_REMOTE_CREDENTIALS;
+  context.AddMetadata(kTimeKey, std::to_string(now));
+  context.AddMetadata(kNonceKey, nonce);
+  context.AddMetadata(kSignatureKey, signature);
+  return 0;
+}
+
+template <class Rpc>
+int GrpcDataClient::Invoke(const char* method, const std::string& site, Rpc&& rpc) {
+  if (!stub_) return TOVAK_E_REMOTE_NOT_CONNECTED;
+  grpc::ClientContext context;
+  if (const int status = PrepareCall(context, method, site); status != 0) return status;
+  const grpc::Status result = rpc(*stub_, context);
+  if (result.ok()) return 0;
+  if (BreaksConnection(result.error_code())) broken_ = true;
+  return StatusOfFailedCall(result.error_code());
+}
+
+int GrpcDataClient::SelectSite(const char* site, int option) {
+  if (site == nullptr) return TOVAK_E_REMOTE_UNKNOWN_SITE;
+  v1::SelectSiteRequest request;
+  request.set_site(site);
+  request.set_option(option);
+  v1::SelectSiteReply reply;
+  const int failed = Invoke("SelectSite", site, [&](auto& stub, auto& context) {
+    return stub.SelectSite(&context, request, &reply);
+  });
+  if (failed != 0) return failed;
+  if (reply.status() == 0) site_ = site;
+  return reply.status();
+}
+
+int GrpcDataClient::GetDTSinfox(const char* diag, unsigned int shot, int subShot, int chKey1,
+                                int chKey2, std::string& dtsKind, std::string& linkText1,
+                                std::string& linkText2, short* linkNum3, short* linkNum4,
+                                int* clockSetting, int* linkNum8, std::string& clockSource,
+                                int* preSample, int* sampInterval, int* clkHostId,
+                                std::string& clkDtsWord3) {
+  v1::DTSinfoxRequest request;
+  if (diag != nullptr) request.set_diag(diag);
+  request.set_shot(shot);
+  request.set_sub_shot(subShot);
+  request.set_ch_key1(chKey1);
+  request.set_ch_key2(chKey2);
+  if (linkNum3 != nullptr) request.set_link_num3(*linkNum3);
+  if (linkNum4 != nullptr) request.set_link_num4(*linkNum4);
+  if (clockSetting != nullptr) request.set_clock_setting(*clockSetting);
+  if (linkNum8 != nullptr) request.set_link_num8(*linkNum8);
+  if (preSample != nullptr) request.set_pre_sample(*preSample);
+  if (sampInterval != nullptr) request.set_samp_interval(*sampInterval);
+  if (clkHostId != nullptr) request.set_clk_host_id(*clkHostId);
+  v1::DTSinfoxReply reply;
+  const int failed = Invoke("GetDTSinfox", site_, [&](auto& stub, auto& context) {
+    return stub.GetDTSinfox(&context, request, &reply);
+  });
+  if (failed != 0) return failed;
+  Take(reply.has_dts_kind(), reply.dts_kind(), dtsKind);
+  Take(reply.has_link_text1(), reply.link_text1(), linkText1);
+  Take(reply.has_link_text2(), reply.link_text2(), linkText2);
+  Take(reply.has_link_num3(), reply.link_num3(), linkNum3);
+  Take(reply.has_link_num4(), reply.link_num4(), linkNum4);
+  Take(reply.has_clock_setting(), reply.clock_setting(), clockSetting);
+  Take(reply.has_link_num8(), reply.link_num8(), linkNum8);
+  Take(reply.has_clock_source(), reply.clock_source(), clockSource);
+  Take(reply.has_pre_sample(), reply.pre_sample(), preSample);
+  Take(reply.has_samp_interval(), reply.samp_interval(), sampInterval);
+  Take(reply.has_clk_host_id(), reply.clk_host_id(), clkHostId);
+  Take(reply.has_clk_dts_word3(), reply.clk_dts_word3(), clkDtsWord3);
+  return reply.status();
+}
+
+int GrpcDataClient::GetDTSinfoCLK(const char* diag, unsigned int shot, int subShot, int chKey1,
+                                  int chKey2, std::string& dtsKind, std::string& linkText1,
+                                  std::string& linkText2, std::string& linkText3,
+                                  std::string& linkText4, int* clockSetting, int* linkNum8,
+                                  std::string& clockSource, std::string& preSampleText,
+                                  std::string& sampIntervalText, std::string& clkDtsType,
+                                  std::string& clkDtsHost, std::string& clkDtsWord3) {
+  v1::DTSinfoCLKRequest request;
+  if (diag != nullptr) request.set_diag(diag);
+  request.set_shot(shot);
+  request.set_sub_shot(subShot);
+  request.set_ch_key1(chKey1);
+  request.set_ch_key2(chKey2);
+  if (clockSetting != nullptr) request.set_clock_setting(*clockSetting);
+  if (linkNum8 != nullptr) request.set_link_num8(*linkNum8);
+  v1::DTSinfoCLKReply reply;
+  const int failed = Invoke("GetDTSinfoCLK", site_, [&](auto& stub, auto& context) {
+    return stub.GetDTSinfoCLK(&context, request, &reply);
+  });
+  if (failed != 0) return failed;
+  Take(reply.has_dts_kind(), reply.dts_kind(), dtsKind);
+  Take(reply.has_link_text1(), reply.link_text1(), linkText1);
+  Take(reply.has_link_text2(), reply.link_text2(), linkText2);
+  Take(reply.has_link_text3(), reply.link_text3(), linkText3);
+  Take(reply.has_link_text4(), reply.link_text4(), linkText4);
+  Take(reply.has_clock_setting(), reply.clock_setting(), clockSetting);
+  Take(reply.has_link_num8(), reply.link_num8(), linkNum8);
+  Take(reply.has_clock_source(), reply.clock_source(), clockSource);
+  Take(reply.has_pre_sample_text(), reply.pre_sample_text(), preSampleText);
+  Take(reply.has_samp_interval_text(), reply.samp_interval_text(), sampIntervalText);
+  Take(reply.has_clk_dts_type(), reply.clk_dts_type(), clkDtsType);
+  Take(reply.has_clk_dts_host(), reply.clk_dts_host(), clkDtsHost);
+  Take(reply.has_clk_dts_word3(), reply.clk_dts_word3(), clkDtsWord3);
+  return reply.status();
+}
+
+int GrpcDataClient::SamplingCycle(const char* clkDtsType, const char* clkDtsHost,
+                                  const char* clkModule, const char* clkOutput,
+                                  const char* trgDtsType, const char* trgDtsHost,
+                                  const char* trgModule, const char* trgOutput,
+                                  int sampIntervalIn, unsigned int shot,
+                                  unsigned short subShot, const char* clockSource,
+                                  const char* internalClock, const char* cycleMultiplier,
+                                  int* sampInterval, int64_t* sampPeriod, int64_t* clockStart,
+                                  int64_t* triggerTime, int64_t* clockCycle) {
+  v1::SamplingCycleRequest request;
+  SetLink(request.mutable_clock(), clkDtsType, clkDtsHost, clkModule, clkOutput);
+  SetLink(request.mutable_trigger(), trgDtsType, trgDtsHost, trgModule, trgOutput);
+  request.set_samp_interval(sampIntervalIn);
+  request.set_shot(shot);
+  request.set_sub_shot(subShot);
+  if (clockSource != nullptr) request.set_clock_source(clockSource);
+  if (internalClock != nullptr) request.set_internal_clock(internalClock);
+  if (cycleMultiplier != nullptr) request.set_cycle_multiplier(cycleMultiplier);
+  if (sampPeriod != nullptr) request.set_samp_period(*sampPeriod);
+  if (clockStart != nullptr) request.set_clock_start(*clockStart);
+  if (triggerTime != nullptr) request.set_trigger_time(*triggerTime);
+  if (clockCycle != nullptr) request.set_clock_cycle(*clockCycle);
+  v1::SamplingCycleReply reply;
+  const int failed = Invoke("SamplingCycle", site_, [&](auto& stub, auto& context) {
+    return stub.SamplingCycle(&context, request, &reply);
+  });
+  if (failed != 0) return failed;
+  Take(reply.has_samp_interval(), reply.samp_interval(), sampInterval);
+  Take(reply.has_samp_period(), reply.samp_period(), sampPeriod);
+  Take(reply.has_clock_start(), reply.clock_start(), clockStart);
+  Take(reply.has_trigger_time(), reply.trigger_time(), triggerTime);
+  Take(reply.has_clock_cycle(), reply.clock_cycle(), clockCycle);
+  return reply.status();
+}
+
+int GrpcDataClient::Sampling0Timing(unsigned char fromClockStart, const char* trgDtsType,
+                                    const char* trgDtsHost, const char* trgModule,
+                                    const char* trgOutput, unsigned int shot,
+                                    unsigned short subShot, const char* clockSource,
+                                    const char* preSample, int64_t sampPeriod,
+                                    int64_t clockStart, int64_t triggerTimeIn,
+                                    int64_t* triggerTime, int64_t* firstSampleTime) {
+  v1::Sampling0TimingRequest request;
+  request.set_from_clock_start(fromClockStart != 0);
+  SetLink(request.mutable_trigger(), trgDtsType, trgDtsHost, trgModule, trgOutput);
+  request.set_shot(shot);
+  request.set_sub_shot(subShot);
+  if (clockSource != nullptr) request.set_clock_source(clockSource);
+  if (preSample != nullptr) request.set_pre_sample(preSample);
+  request.set_samp_period(sampPeriod);
+  request.set_clock_start(clockStart);
+  request.set_trigger_time(triggerTimeIn);
+  if (firstSampleTime != nullptr) request.set_first_sample_time(*firstSampleTime);
+  v1::Sampling0TimingReply reply;
+  const int failed = Invoke("Sampling0Timing", site_, [&](auto& stub, auto& context) {
+    return stub.Sampling0Timing(&context, request, &reply);
+  });
+  if (failed != 0) return failed;
+  Take(reply.has_trigger_time(), reply.trigger_time(), triggerTime);
+  Take(reply.has_first_sample_time(), reply.first_sample_time(), firstSampleTime);
+  return reply.status();
+}
+
+int GrpcDataClient::GetDTSdatax2(const char* trgDtsType, const char* trgDtsHost,
+                                 const char* trgModule, const char* trgOutput,
+                                 const char* clkDtsType, const char* clkDtsHost,
+                                 const char* clkModule, const char* clkOutput,
+                                 int sampIntervalIn, int64_t sampleCount, unsigned int shot,
+                                 unsigned short subShot, const char* clockSource,
+                                 const char* internalClock, const char* cycleMultiplier,
+                                 const char* preSample, int64_t lastSample, int* sampInterval,
+                                 int64_t* sampPeriod, int64_t* delay) {
+  v1::DTSdatax2Request request;
+  SetLink(request.mutable_trigger(), trgDtsType, trgDtsHost, trgModule, trgOutput);
+  SetLink(request.mutable_clock(), clkDtsType, clkDtsHost, clkModule, clkOutput);
+  request.set_samp_interval(sampIntervalIn);
+  request.set_sample_count(sampleCount);
+  request.set_shot(shot);
+  request.set_sub_shot(subShot);
+  if (clockSource != nullptr) request.set_clock_source(clockSource);
+  if (internalClock != nullptr) request.set_internal_clock(internalClock);
+  if (cycleMultiplier != nullptr) request.set_cycle_multiplier(cycleMultiplier);
+  if (preSample != nullptr) request.set_pre_sample(preSample);
+  request.set_last_sample(lastSample);
+  if (sampPeriod != nullptr) request.set_samp_period(*sampPeriod);
+  if (delay != nullptr) request.set_delay(*delay);
+  v1::DTSdatax2Reply reply;
+  const int failed = Invoke("GetDTSdatax2", site_, [&](auto& stub, auto& context) {
+    return stub.GetDTSdatax2(&context, request, &reply);
+  });
+  if (failed != 0) return failed;
+  Take(reply.has_samp_interval(), reply.samp_interval(), sampInterval);
+  Take(reply.has_samp_period(), reply.samp_period(), sampPeriod);
+  Take(reply.has_delay(), reply.delay(), delay);
+  return reply.status();
+}
+
+int GrpcDataClient::GetDTSParameters(const char* dtsName, const char* module,
+                                     unsigned int shot, unsigned short subShot,
+                                     unsigned short channel, std::string& paramText) {
+  v1::DTSParametersRequest request;
+  if (dtsName != nullptr) request.set_dts_name(dtsName);
+  if (module != nullptr) request.set_module(module);
+  request.set_shot(shot);
+  request.set_sub_shot(subShot);
+  request.set_channel(channel);
+  v1::DTSParametersReply reply;
+  const int failed = Invoke("GetDTSParameters", site_, [&](auto& stub, auto& context) {
+    return stub.GetDTSParameters(&context, request, &reply);
+  });
+  if (failed != 0) return failed;
+  Take(reply.has_param_text(), reply.param_text(), paramText);
+  return reply.status();
+}
+
+int GrpcDataClient::GetDTSParametersCount(const char* dtsName, const char* module,
+                                          unsigned int shot, unsigned short subShot,
+                                          int firstChannel, int lastChannel, int* count,
+                                          int* firstChannelOut, int* lastChannelOut,
+                                          std::string& moduleName) {
+  v1::DTSParametersCountRequest request;
+  if (dtsName != nullptr) request.set_dts_name(dtsName);
+  if (module != nullptr) request.set_module(module);
+  request.set_shot(shot);
+  request.set_sub_shot(subShot);
+  request.set_first_channel(firstChannel);
+  request.set_last_channel(lastChannel);
+  if (count != nullptr) request.set_count(*count);
+  if (firstChannelOut != nullptr) request.set_first_channel_out(*firstChannelOut);
+  if (lastChannelOut != nullptr) request.set_last_channel_out(*lastChannelOut);
+  v1::DTSParametersCountReply reply;
+  const int failed = Invoke("GetDTSParametersCount", site_, [&](auto& stub, auto& context) {
+    return stub.GetDTSParametersCount(&context, request, &reply);
+  });
+  if (failed != 0) return failed;
+  Take(reply.has_count(), reply.count(), count);
+  Take(reply.has_first_channel(), reply.first_channel(), firstChannelOut);
+  Take(reply.has_last_channel(), reply.last_channel(), lastChannelOut);
+  Take(reply.has_module_name(), reply.module_name(), moduleName);
+  return reply.status();
+}
+
+}  // namespace tovak::remote

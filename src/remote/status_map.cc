@@ -1,0 +1,36 @@
+#include "remote/status_map.h"
+
+#include "tovak/remote_client.h"
+
+namespace tovak::remote {
+
+int StatusOfFailedCall(grpc::StatusCode code) {
+  switch (code) {
+    case grpc::StatusCode::UNAVAILABLE:
+    case grpc::StatusCode::CANCELLED:
+    case grpc::StatusCode::ABORTED:
+    case grpc::StatusCode::RESOURCE_EXHAUSTED:
+      return TOVAK_E_REMOTE_UNAVAILABLE;
+    case grpc::StatusCode::DEADLINE_EXCEEDED:
+      return TOVAK_E_REMOTE_DEADLINE;
+    case grpc::StatusCode::UNAUTHENTICATED:
+      return TOVAK_E_REMOTE_UNAUTHENTICATED;
+    case grpc::StatusCode::PERMISSION_DENIED:
+      return TOVAK_E_REMOTE_PERMISSION;
+    case grpc::StatusCode::NOT_FOUND:
+    case grpc::StatusCode::FAILED_PRECONDITION:
+      return TOVAK_E_REMOTE_UNKNOWN_SITE;
+    case grpc::StatusCode::INTERNAL:
+    case grpc::StatusCode::DATA_LOSS:
+    case grpc::StatusCode::UNKNOWN:
+      return TOVAK_E_REMOTE_SERVER;
+    default:  // UNIMPLEMENTED, INVALID_ARGUMENT, OUT_OF_RANGE, ALREADY_EXISTS
+      return TOVAK_E_REMOTE_PROTOCOL;
+  }
+}
+
+bool BreaksConnection(grpc::StatusCode code) {
+  return code == grpc::StatusCode::UNAVAILABLE || code == grpc::StatusCode::DEADLINE_EXCEEDED;
+}
+
+}  // namespace tovak::remote
