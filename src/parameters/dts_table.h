@@ -1,0 +1,79 @@
+// The DTS table of the index database: one row per output channel of a
+// timing module. Shared by the parameter-list builder and the count.
+#ifndef TOVAK_PARAMETERS_DTS_TABLE_H_
+#define TOVAK_PARAMETERS_DTS_TABLE_H_
+
+#include <string>
+
+#include "tovak/rdb.h"
+
+namespace tovak {
+
+// Module names are held in 64 bytes: at most 63 characters.
+constexpr int kModuleNameSize = 64;
+// The module name a caller gives when it does not know it.
+constexpr char kUnknownModule[] = "NONAME";
+
+// Columns of the DTS table read by the library.
+enum DtsColumn {
+  kColCollected = 2,
+  kColHostNumber = 4,
+  kColModule = 6,
+  kColChannel = 7,
+  kColChannelInModule = 8,
+  kColBaseRate = 9,
+  kColDelayLinePreset = 10,
+  kColInternalDelay = 11,
+  kColDividerRange = 12,
+  kColDividerMagnification = 13,
+  kColDelaySeconds = 16,
+  kColPulseWidthSeconds = 17,
+  kColRepetitionSeconds = 18,
+  kColDelay = 19,
+  kColPulseWidth = 20,
+  kColRepetition = 21,
+  kColRepetitionCount = 22,
+  kColTriggerSelect = 23,
+  kColEventOut = 25,
+  kColVmeInterrupt = 26,
+  kColExternalTrigger = 27,
+  kColInternalClock = 28,
+  kColInhibit = 30,
+  kColBusInput = 31,
+  kColMoveMode = 32,
+  kColTimerTrigger = 33,
+};
+
+// A cell's text; a null cell reads as "".
+const char* Cell(const CRDBres& result, int row, int column);
+
+// A module text names a DMODSS module when its first six characters are
+// exactly "DMODSS"; any other text is a DMOD module.
+bool IsDmodss(const char* moduleText);
+
+// DMOD channels 1 and 2 and DMODSS channels from 7 carry a divider.
+bool IsDividerChannel(bool dmodss, int channel);
+
+// Number of entries in the parameter list of one channel.
+int ParameterCount(bool dmodss, int channel);
+
+// The module a lookup addresses: the timing unit's host id and the module
+// name within the DTS table.
+struct DtsModule {
+  int hostId = -1;
+  std::string name;
+};
+
+// Finds the host id of dtsName (host-id query, then CAMAC-id query) and the
+// module name: module as given, or for "NONAME" (and null) "DMODSS0" or
+// "DMOD0" after the kind of the host's first DTS table row, "NONAME" when
+// that row cannot be read. Returns 0, TOVAK_E_DTS_UNKNOWN when neither query
+// knows the unit, or tooLongStatus when module does not fit its 63
+// characters (no module of the table can have such a name).
+int ResolveDtsModule(CIndexDBComm& db, const char* dtsName, const char* module,
+                     unsigned int shot, unsigned short subShot, int tooLongStatus,
+                     DtsModule& out);
+
+}  // namespace tovak
+
+#endif  // TOVAK_PARAMETERS_DTS_TABLE_H_

@@ -1,0 +1,103 @@
+// A channel's parameter list copied into caller buffers: exactly the number
+// of records the caller asks for, padded with empty records or cut short.
+#include <cstring>
+#include <vector>
+
+#include "tovak/param_set.h"
+#include "tovak/tovak.h"
+
+namespace {
+
+constexpr int kNameWidth = 64;
+constexpr int kValueWidth = 128;
+
+struct Buffers {
+  void* names;
+  int nameWidth;
+  void* values;
+  int valueWidth;
+  int* tags;
+  bool flat;
+};
+
+// Record i over its whole width: the text, then NUL bytes to the width.
+void FillFlatRecord(void* buffer, int width, int index, const std::vector<char>& scratch) {
+  if (buffer == nullptr || width < 1) return;
+  char* record = static_cast<char*>(buffer) +
+                 static_cast<size_t>(index) * static_cast<size_t>(width);
+  std::strncpy(record, scratch.data(), static_cast<size_t>(width));
+}
+
+void CopyFlat(const CParamSet& params, int index, const Buffers& out) {
+  // Scratch buffers of at least one byte, so that a width below 1 still
+  // reads as an empty text (and the record is then not written).
+  std::vector<char> name(static_cast<size_t>(out.nameWidth > 0 ? out.nameWidth : 1), '\0');
+  std::vector<char> value(static_cast<size_t>(out.valueWidth > 0 ? out.valueWidth : 1), '\0');
+  params.GetParam(index, name.data(), out.nameWidth, value.data(), out.valueWidth,
+                  out.tags == nullptr ? nullptr : &out.tags[index]);
+  FillFlatRecord(out.names, out.nameWidth, index, name);
+  FillFlatRecord(out.values, out.valueWidth, index, value);
+}
+
+char* PointerRecord(void* buffer, int index) {
+  return buffer == nullptr ? nullptr : static_cast<char**>(buffer)[index];
+}
+
+void CopyThroughPointers(const CParamSet& params, int index, const Buffers& out) {
+  params.GetParam(index, PointerRecord(out.names, index), out.nameWidth,
+                  PointerRecord(out.values, index), out.valueWidth,
+                  out.tags == nullptr ? nullptr : &out.tags[index]);
+}
+
+int ExportParameters(const char* server, const char* dtsName, const char* module,
+                     unsigned int shot, unsigned short subShot, unsigned short channel,
+                     unsigned short recordCount, const Buffers& out) {
+  CParamSet params;
+  const int status = getDTSParameters(server, dtsName, module, shot, subShot, channel, params);
+  if (status != 0) return status;
+  while (params.GetParamCount() < recordCount) params.AddParam("", "", kTovakParamText);
+  for (int i = 0; i < recordCount; ++i) {
+    if (out.flat) {
+      CopyFlat(params, i, out);
+    } else {
+      CopyThroughPointers(params, i, out);
+    }
+  }
+  return 0;
+}
+
+}  // namespace
+
+int tovakGetDTSParameters(const char* server, const char* dtsName, const char* module,
+                          unsigned int shot, unsigned short subShot, unsigned short channel,
+                          unsigned short recordCount, void* names, void* values, int* tags,
+                          bool flat) {
+  return ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
+                          {names, kNameWidth, values, kValueWidth, tags, flat});
+}
+
+int tovakGetDTSParameters_s(const char* server, const char* dtsName, const char* module,
+                            unsigned int shot, unsigned short subShot,
+                            unsigned short channel, unsigned short recordCount, void* names,
+                            int nameWidth, void* values, int valueWidth, int* tags,
+                            bool flat) {
+  return ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
+                          {names, nameWidth, values, valueWidth, tags, flat});
+}
+
+int tovakGetDTSParameters2(const char* server, const char* dtsName, const char* module,
+                           unsigned int shot, unsigned short subShot, unsigned short channel,
+                           unsigned short recordCount, void* names, void* values,
+                           int* tags) {
+  return ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
+                          {names, kNameWidth, values, kValueWidth, tags, true});
+}
+
+int tovakGetDTSParameters2_s(const char* server, const char* dtsName, const char* module,
+                             unsigned int shot, unsigned short subShot,
+                             unsigned short channel, unsigned short recordCount,
+                             void* names, int nameWidth, void* values, int valueWidth,
+                             int* tags) {
+  return ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
+                          {names, nameWidth, values, valueWidth, tags, true});
+}
