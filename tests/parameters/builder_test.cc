@@ -173,20 +173,19 @@ TEST_F(BuilderTest, CollectionTimeIsLocalWallClock) {
 }
 
 TEST_F(BuilderTest, HostNameUnknownOrTooLong) {
-  table.rows[0][4] = "8";  // unknown, yet a name is handed out: released too
-  CParamSet unknown;
-  ASSERT_EQ(Build(unknown, 1), 0);
-  EXPECT_EQ(Value(unknown, "HostName"), "-");
-
-  IndexDb().hostName = [](int) { return std::pair{0, std::optional(std::string(300, 'h'))}; };
-  CParamSet longName;
-  ASSERT_EQ(Build(longName, 1), 0);
-  EXPECT_EQ(Value(longName, "HostName"), std::string(255, 'h'));
-
-  IndexDb().hostName = [](int) { return std::pair{0, std::optional<std::string>()}; };
-  CParamSet noName;
-  ASSERT_EQ(Build(noName, 1), 0);
-  EXPECT_EQ(Value(noName, "HostName"), "-");
+  const struct {
+    int status;
+    std::optional<std::string> name;
+    std::string entry;
+  } cases[] = {{-1, "dtshost", "-"},  // a name handed out on failure is released too
+               {0, std::string(300, 'h'), std::string(255, 'h')},
+               {0, std::nullopt, "-"}};
+  for (const auto& c : cases) {
+    IndexDb().hostName = [&](int) { return std::pair{c.status, c.name}; };
+    CParamSet set;
+    ASSERT_EQ(Build(set, 1), 0);
+    EXPECT_EQ(Value(set, "HostName"), c.entry);
+  }
 }
 
 TEST_F(BuilderTest, NonameResolvesAfterHostsFirstRow) {
@@ -236,17 +235,10 @@ TEST_F(BuilderTest, FailuresLeaveTheListAsItWas) {
   }
   EXPECT_EQ(Names(set), (std::vector<std::string>{"mine"}));
 
-  table.status = 0;
+  table.status = 7;  // any other status counts as rows
   ASSERT_EQ(Build(set, 3), 0);
   EXPECT_EQ(set.GetParamCount(), 39);
   EXPECT_EQ(Names(set)[1], "Shot");
-}
-
-TEST_F(BuilderTest, OtherQueryStatusesCountAsRows) {
-  table.status = 7;
-  CParamSet set;
-  EXPECT_EQ(Build(set, 1), 0);
-  EXPECT_EQ(set.GetParamCount(), 40);
 }
 
 class RemoteBuilderTest : public CompanionTest {
@@ -254,6 +246,13 @@ class RemoteBuilderTest : public CompanionTest {
   void SetUp() override {
     CompanionTest::SetUp();
     SetConfig("KOVD_GRPC", "grpc://srv:1");
+  }
+  void Answer(int status, std::string text) {
+    Client().getDTSParameters = [=](const char*, const char*, unsigned, unsigned short,
+                                    unsigned short, std::string& out) {
+      out = text;
+      return status;
+    };
   }
 };
 
@@ -282,20 +281,11 @@ TEST_F(RemoteBuilderTest, LoadsTheServersList) {
 }
 
 TEST_F(RemoteBuilderTest, StatusPassesThroughAndListStaysUntouched) {
-  Client().getDTSParameters = [](const char*, const char*, unsigned, unsigned short,
-                                 unsigned short, std::string& text) {
-    text = "CParamSet 1 1\n1 a b\n";
-    return 5;
-  };
+  Answer(5, "CParamSet 1 1\n1 a b\n");
   CParamSet set;
   EXPECT_EQ(Build(set, 1), 5);
   EXPECT_EQ(set.GetParamCount(), 0);
-
-  Client().getDTSParameters = [](const char*, const char*, unsigned, unsigned short,
-                                 unsigned short, std::string& text) {
-    text = "garbage";
-    return 0;
-  };
+  Answer(0, "garbage");
   EXPECT_EQ(Build(set, 1), 0);
   EXPECT_EQ(set.GetParamCount(), 0);
 

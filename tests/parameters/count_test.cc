@@ -127,6 +127,15 @@ class RemoteCountTest : public CompanionTest {
     CompanionTest::SetUp();
     SetConfig("KOVD_GRPC", "grpc://srv:1");
   }
+  void Answer(int status, int count, std::string name) {
+    Client().getDTSParametersCount = [=](const char*, const char*, unsigned, unsigned short,
+                                         int, int, int* countOut, int*, int*,
+                                         std::string& nameOut) {
+      *countOut = count;
+      nameOut = name;
+      return status;
+    };
+  }
 };
 
 TEST_F(RemoteCountTest, PassesTheServersAnswers) {
@@ -154,23 +163,13 @@ TEST_F(RemoteCountTest, PassesTheServersAnswers) {
 }
 
 TEST_F(RemoteCountTest, FailuresAndOverlongNames) {
-  Client().getDTSParametersCount = [](const char*, const char*, unsigned, unsigned short, int,
-                                      int, int* count, int*, int*, std::string& name) {
-    *count = 40;
-    name = "X";
-    return 4;
-  };
+  Answer(4, 40, "X");
   CountCall call = Count(1, 0);
   EXPECT_EQ(call.status, 4);
   EXPECT_EQ(call.count, 0);
   EXPECT_EQ(call.module, std::string(63, '#'));
 
-  Client().getDTSParametersCount = [](const char*, const char*, unsigned, unsigned short, int,
-                                      int, int* count, int*, int*, std::string& name) {
-    *count = 40;
-    name = std::string(100, 'N');
-    return 0;
-  };
+  Answer(0, 40, std::string(100, 'N'));
   call = Count(1, 0);
   EXPECT_EQ(call.status, 0);
   EXPECT_EQ(call.module, std::string(63, 'N'));
