@@ -1,0 +1,53 @@
+// tovak-server: answers the remote data service from the index databases.
+//
+//   tovak-server --config FILE [--port-file FILE] [--check]
+//
+// --check only reads and checks the configuration.
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "server/authorizer.h"
+#include "server/server_config.h"
+#include "server/supervisor.h"
+
+namespace {
+
+int Usage() {
+  std::fprintf(stderr, "usage: tovak-server --config FILE [--port-file FILE] [--check]\n");
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::string configFile, portFile;
+  bool checkOnly = false;
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    if (argument == "--config" && i + 1 < argc) {
+      configFile = argv[++i];
+    } else if (argument == "--port-file" && i + 1 < argc) {
+      portFile = argv[++i];
+    } else if (argument == "--check") {
+      checkOnly = true;
+    } else {
+      return Usage();
+    }
+  }
+  if (configFile.empty()) return Usage();
+
+  tovak::server::ServerConfig config;
+  std::string error;
+  tovak::server::Authorizer keys;
+  if (!tovak::server::LoadServerConfig(configFile, &config, &error) ||
+      !keys.Load(config, &error)) {
+    std::fprintf(stderr, "tovak-server: bad configuration: %s\n", error.c_str());
+    return 1;
+  }
+  if (checkOnly) {
+    std::fprintf(stderr, "tovak-server: %s is valid\n", configFile.c_str());
+    return 0;
+  }
+  return tovak::server::Supervise(config, portFile);
+}

@@ -1,0 +1,141 @@
+#include "server/server_config.h"
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "config/config_file.h"
+#include "remote/client_options.h"
+
+namespace tovak::server {
+namespace {
+
+bool ParseInt(const std::string& text, long low, long high, long* value) {
+  if (text.empty()) return false;
+  errno = 0;
+  char* end = nullptr;
+  const long parsed = std::strtol(text.c_str(), &end, 10);
+  if (errno != 0 || *end != '\0' || parsed < low || parsed > high) return false;
+  *value = parsed;
+  return true;
+}
+
+// host:port, [v6-address]:port.
+bool ParseListen(const std::string& text, ServerConfig* config) {
+  const size_t colon = text.rfind(':');
+  if (colon == std::string::npos || colon == 0) return false;
+  std::string host = text.substr(0, colon);
+  if (host.front() == '[') {
+    if (host.back() != ']' || host.size() < 3) return false;
+    host = host.substr(1, host.size() - 2);
+  }
+  long port = 0;
+  if (!ParseInt(text.substr(colon + 1), 0, 65535, &port)) return false;
+  config->listenHost = host;
+  config->listenPort = static_cast<int>(port);
+  return true;
+}
+
+bool StartsWith(const std::string& text, const std::string& prefix) {
+  return text.compare(0, prefix.size(), prefix) == 0;
+}
+
+// site.NAME.index / site.NAME.setup
+bool ParseSiteKey(const std::string& key, const std::string& value, ServerConfig* config) {
+  const size_t dot = key.rfind('.');
+  if (dot <= 5) return false;
+  const std::string name = SiteKey(key.substr(5, dot - 5));
+  const std::string field = key.substr(dot + 1);
+  if (field == "index") {
+    config->sites[name].indexServer = value;
+  } else if (field == "setup") {
+    config->sites[name].setupServer = value;
+  } else {
+    return false;
+  }
+  return true;
+}
+
+bool Fail(std::string* error, const std::string& message) {
+  *error = message;
+  return false;
+}
+
+bool ApplyKey(const std::string& key, const std::string& value, ServerConfig* config,
+              std::string* error) {
+  long number = 0;
+  if (key == "listen") {
+    if (!ParseListen(value, config)) return Fail(error, "listen: expected HOST:PORT, got '" + value + "'");
+  } else if (key == "workers") {
+    if (!ParseInt(value, 1, kMaxWorkers, &number)) {
+      return Fail(error, "workers: expected a number from 1 to " + std::to_string(kMaxWorkers));
+    }
+    config->workers = static_cast<int>(number);
+  } else if (key == "tls_certificate") {
+    config->tlsCertificateFile = value;
+  } else if (key == "tls_key") {
+    config->tlsKeyFile = value;
+  } else if (key == "anonymous") {
+    if (value != "allow" && value != "deny") return Fail(error, "anonymous: expected allow or deny");
+    config->allowAnonymous = value == "allow";
+  } else if (StartsWith(key, "user.") && key.size() > 5) {
+    config->userKeyFiles[key.substr(5)] = value;
+  } else if (StartsWith(key, "site.")) {
+    if (!ParseSiteKey(key, value, config)) {
+      return Fail(error, "unknown key '" + key + "' (expected site.NAME.index or site.NAME.setup)");
+    }
+  } else {
+    return Fail(error, "unknown key '" + key + "'");
+  }
+  return true;
+}
+
+bool CheckComplete(const ServerConfig& config, std::string* error) {
+  if (config.tlsCertificateFile.empty() != config.tlsKeyFile.empty()) {
+    return Fail(error, "tls_certificate and tls_key go together");
+  }
+  if (config.sites.empty()) return Fail(error, "no site configured (site.NAME.index = ...)");
+  for (const auto& [name, site] : config.sites) {
+    if (site.indexServer.empty()) return Fail(error, "site." + name + ".index is missing");
+  }
+  if (!config.allowAnonymous && config.userKeyFiles.empty()) {
+    return Fail(error, "anonymous = deny and no user.NAME configured: nobody could call");
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string SiteKey(const std::string& site) {
+  std::string key = site;
+  for (char& c : key) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return key;
+}
+
+bool ParseServerConfig(const std::string& text, ServerConfig* config, std::string* error) {
+  const config::ParsedConfig parsed = config::ParseConfig(text);
+  if (!parsed.malformedLines.empty()) {
+    return Fail(error, "line " + std::to_string(parsed.malformedLines.front()) +
+                           ": not KEY = VALUE");
+  }
+  ServerConfig result;
+  for (const auto& [key, value] : parsed.values) {
+    if (!ApplyKey(key, value, &result, error)) return false;
+  }
+  if (!CheckComplete(result, error)) return false;
+  *config = std::move(result);
+  return true;
+}
+
+bool LoadServerConfig(const std::string& path, ServerConfig* config, std::string* error) {
+  std::string text;
+  if (!remote::ReadWholeFile(path, &text)) return Fail(error, "cannot read " + path);
+  if (!ParseServerConfig(text, config, error)) {
+    *error = path + ": " + *error;
+    return false;
+  }
+  return true;
+}
+
+}  // namespace tovak::server

@@ -1,0 +1,55 @@
+// The server's configuration file: KEY = VALUE lines.
+//
+//   listen = 127.0.0.1:50051          address and port; port 0 picks a free one
+//   workers = 4                       worker processes (1..64)
+//   tls_certificate = /path/cert.pem  both or neither: TLS on when given
+//   tls_key = /path/key.pem
+//   anonymous = deny                  deny (default) or allow callers without credentials
+//   user.NAME = /path/NAME.pub.pem    public key of an authorized user
+//   site.NAME.index = host/site::db   index database server name of a site
+//   site.NAME.setup = host/site       setup database server name of a site
+//
+// Every site needs an index server name. Site names are compared without
+// regard to case.
+#ifndef TOVAK_SERVER_SERVER_CONFIG_H_
+#define TOVAK_SERVER_SERVER_CONFIG_H_
+
+#include <map>
+#include <string>
+
+namespace tovak::server {
+
+struct SiteConfig {
+  std::string indexServer;
+  std::string setupServer;
+};
+
+struct ServerConfig {
+  std::string listenHost = "127.0.0.1";
+  int listenPort = 50051;
+  int workers = 1;
+  std::string tlsCertificateFile;  // empty: plain connections
+  std::string tlsKeyFile;
+  bool allowAnonymous = false;
+  std::map<std::string, std::string> userKeyFiles;  // user name -> public key file
+  std::map<std::string, SiteConfig> sites;          // lower-case site name
+
+  bool tls() const { return !tlsCertificateFile.empty(); }
+};
+
+inline constexpr int kMaxWorkers = 64;
+
+// Parses and checks the text of a configuration file. Returns false with a
+// message naming the offending line or key when the configuration is not
+// usable.
+bool ParseServerConfig(const std::string& text, ServerConfig* config, std::string* error);
+
+// Reads and parses the file at path.
+bool LoadServerConfig(const std::string& path, ServerConfig* config, std::string* error);
+
+// Lower-cases ASCII letters; site names are matched this way.
+std::string SiteKey(const std::string& site);
+
+}  // namespace tovak::server
+
+#endif  // TOVAK_SERVER_SERVER_CONFIG_H_

@@ -1,0 +1,164 @@
+#include "server/service.h"
+
+#include <chrono>
+#include <ctime>
+
+#include "remote/call_auth.h"
+#include "server/lookups.h"
+#include "server/request_log.h"
+#include "tovak/remote_client.h"
+
+namespace tovak::server {
+namespace {
+
+std::optional<std::string> Metadata(const grpc::ServerContext& context, const char* key) {
+  const auto& metadata = context.client_metadata();
+  const auto found = metadata.find(key);
+  if (found == metadata.end()) return std::nullopt;
+  return std::string(found->second.data(), found->second.size());
+}
+
+CallProof ProofOf(const grpc::ServerContext& context) {
+  CallProof proof;
+  proof.user = Metadata(context, remote::kUserKey);
+  proof.time = Metadata(context, remote::kTimeKey).value_or("");
+  proof.nonce = Metadata(context, remote::kNonceKey).value_or("");
+  proof.signature = Metadata(context, remote::kSignatureKey).value_or("");
+  return proof;
+}
+
+grpc::Status Refusal(Verdict verdict) {
+  if (verdict == Verdict::kPermissionDenied) {
+    return {grpc::StatusCode::PERMISSION_DENIED, "user not authorized"};
+  }
+  return {grpc::StatusCode::UNAUTHENTICATED, "credentials required or not valid"};
+}
+
+const char* RefusalReason(Verdict verdict) {
+  return verdict == Verdict::kPermissionDenied ? "refused:permission" : "refused:unauthenticated";
+}
+
+class Stopwatch {
+ public:
+  int64_t micros() const {
+    return std::chrono::duration_cast<std::chrono::microseconds>(
+               std::chrono::steady_clock::now() - start_)
+        .count();
+  }
+
+ private:
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+}  // namespace
+
+template <class Answer>
+grpc::Status TimingDataService::Serve(grpc::ServerContext* context, const char* method,
+                                      Answer&& answer) {
+  const Stopwatch watch;
+  const CallProof proof = ProofOf(*context);
+  const std::string user = proof.user.value_or("");
+  const std::string site = Metadata(*context, remote::kSiteKey).value_or("");
+  const Verdict verdict =
+      authorizer_.Check(proof, method, site, static_cast<int64_t>(std::time(nullptr)));
+  if (verdict != Verdict::kAllowed) {
+    LogRequest(user, site, method, RefusalReason(verdict), watch.micros());
+    return Refusal(verdict);
+  }
+  const auto served = config_.sites.find(SiteKey(site));
+  if (served == config_.sites.end()) {
+    LogRequest(user, site, method, "refused:site", watch.micros());
+    return {grpc::StatusCode::NOT_FOUND, "site not served"};
+  }
+  int status = 0;
+  {
+    std::lock_guard<std::mutex> lock(libraryMutex_);
+    status = answer(served->second.indexServer.c_str());
+  }
+  LogRequest(user, site, method, std::to_string(status), watch.micros());
+  return grpc::Status::OK;
+}
+
+grpc::Status TimingDataService::SelectSite(grpc::ServerContext* context,
+                                           const v1::SelectSiteRequest* request,
+                                           v1::SelectSiteReply* reply) {
+  const Stopwatch watch;
+  const CallProof proof = ProofOf(*context);
+  const std::string user = proof.user.value_or("");
+  const std::string site = request->site();
+  const Verdict verdict =
+      authorizer_.Check(proof, "SelectSite", site, static_cast<int64_t>(std::time(nullptr)));
+  if (verdict != Verdict::kAllowed) {
+    LogRequest(user, site, "SelectSite", RefusalReason(verdict), watch.micros());
+    return Refusal(verdict);
+  }
+  const bool served = request->has_site() && config_.sites.count(SiteKey(site)) != 0;
+  reply->set_status(served ? 0 : TOVAK_E_REMOTE_UNKNOWN_SITE);
+  LogRequest(user, site, "SelectSite", std::to_string(reply->status()), watch.micros());
+  return grpc::Status::OK;
+}
+
+grpc::Status TimingDataService::GetDTSinfox(grpc::ServerContext* context,
+                                            const v1::DTSinfoxRequest* request,
+                                            v1::DTSinfoxReply* reply) {
+  return Serve(context, "GetDTSinfox", [&](const char* index) {
+    AnswerDTSinfox(index, *request, reply);
+    return reply->status();
+  });
+}
+
+grpc::Status TimingDataService::GetDTSinfoCLK(grpc::ServerContext* context,
+                                              const v1::DTSinfoCLKRequest* request,
+                                              v1::DTSinfoCLKReply* reply) {
+  return Serve(context, "GetDTSinfoCLK", [&](const char* index) {
+    AnswerDTSinfoCLK(index, *request, reply);
+    return reply->status();
+  });
+}
+
+grpc::Status TimingDataService::SamplingCycle(grpc::ServerContext* context,
+                                              const v1::SamplingCycleRequest* request,
+                                              v1::SamplingCycleReply* reply) {
+  return Serve(context, "SamplingCycle", [&](const char* index) {
+    AnswerSamplingCycle(index, *request, reply);
+    return reply->status();
+  });
+}
+
+grpc::Status TimingDataService::Sampling0Timing(grpc::ServerContext* context,
+                                                const v1::Sampling0TimingRequest* request,
+                                                v1::Sampling0TimingReply* reply) {
+  return Serve(context, "Sampling0Timing", [&](const char* index) {
+    AnswerSampling0Timing(index, *request, reply);
+    return reply->status();
+  });
+}
+
+grpc::Status TimingDataService::GetDTSdatax2(grpc::ServerContext* context,
+                                             const v1::DTSdatax2Request* request,
+                                             v1::DTSdatax2Reply* reply) {
+  return Serve(context, "GetDTSdatax2", [&](const char* index) {
+    AnswerDTSdatax2(index, *request, reply);
+    return reply->status();
+  });
+}
+
+grpc::Status TimingDataService::GetDTSParameters(grpc::ServerContext* context,
+                                                 const v1::DTSParametersRequest* request,
+                                                 v1::DTSParametersReply* reply) {
+  return Serve(context, "GetDTSParameters", [&](const char* index) {
+    AnswerDTSParameters(index, *request, reply);
+    return reply->status();
+  });
+}
+
+grpc::Status TimingDataService::GetDTSParametersCount(
+    grpc::ServerContext* context, const v1::DTSParametersCountRequest* request,
+    v1::DTSParametersCountReply* reply) {
+  return Serve(context, "GetDTSParametersCount", [&](const char* index) {
+    AnswerDTSParametersCount(index, *request, reply);
+    return reply->status();
+  });
+}
+
+}  // namespace tovak::server

@@ -1,0 +1,58 @@
+// The remote data service of one worker process: checks each call's proof
+// of identity and site, answers it with the library's lookups (one call at a
+// time, since the library is single-threaded), and logs it.
+#ifndef TOVAK_SERVER_SERVICE_H_
+#define TOVAK_SERVER_SERVICE_H_
+
+#include <mutex>
+#include <string>
+
+#include "remote/timing_data.grpc.pb.h"
+#include "server/authorizer.h"
+#include "server/server_config.h"
+
+namespace tovak::server {
+
+namespace v1 = ::tovak::remote::v1;
+
+class TimingDataService final : public remote::v1::TimingData::Service {
+ public:
+  TimingDataService(const ServerConfig& config, Authorizer& authorizer)
+      : config_(config), authorizer_(authorizer) {}
+
+  grpc::Status SelectSite(grpc::ServerContext* context, const v1::SelectSiteRequest* request,
+                          v1::SelectSiteReply* reply) override;
+  grpc::Status GetDTSinfox(grpc::ServerContext* context, const v1::DTSinfoxRequest* request,
+                           v1::DTSinfoxReply* reply) override;
+  grpc::Status GetDTSinfoCLK(grpc::ServerContext* context, const v1::DTSinfoCLKRequest* request,
+                             v1::DTSinfoCLKReply* reply) override;
+  grpc::Status SamplingCycle(grpc::ServerContext* context,
+                             const v1::SamplingCycleRequest* request,
+                             v1::SamplingCycleReply* reply) override;
+  grpc::Status Sampling0Timing(grpc::ServerContext* context,
+                               const v1::Sampling0TimingRequest* request,
+                               v1::Sampling0TimingReply* reply) override;
+  grpc::Status GetDTSdatax2(grpc::ServerContext* context, const v1::DTSdatax2Request* request,
+                            v1::DTSdatax2Reply* reply) override;
+  grpc::Status GetDTSParameters(grpc::ServerContext* context,
+                                const v1::DTSParametersRequest* request,
+                                v1::DTSParametersReply* reply) override;
+  grpc::Status GetDTSParametersCount(grpc::ServerContext* context,
+                                     const v1::DTSParametersCountRequest* request,
+                                     v1::DTSParametersCountReply* reply) override;
+
+ private:
+  // Authorizes the call and, when site names a served site, runs
+  // answer(indexServer) under the library lock; answer returns the lookup's
+  // status. Logs the outcome.
+  template <class Answer>
+  grpc::Status Serve(grpc::ServerContext* context, const char* method, Answer&& answer);
+
+  const ServerConfig& config_;
+  Authorizer& authorizer_;
+  std::mutex libraryMutex_;
+};
+
+}  // namespace tovak::server
+
+#endif  // TOVAK_SERVER_SERVICE_H_

@@ -1,0 +1,240 @@
+#include "server/supervisor.h"
+
+#include <netdb.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "server/worker.h"
+
+namespace tovak::server {
+namespace {
+
+constexpr int kStartTimeoutMs = 30000;
+// A worker that dies sooner than this after its start is not restarted
+// again at once.
+constexpr auto kRestartPause = std::chrono::seconds(1);
+
+// A file descriptor closed when it goes out of scope.
+class Fd {
+ public:
+  explicit Fd(int fd = -1) : fd_(fd) {}
+  Fd(const Fd&) = delete;
+  Fd& operator=(const Fd&) = delete;
+  Fd(Fd&& other) noexcept : fd_(other.release()) {}
+  Fd& operator=(Fd&& other) noexcept {
+    reset(other.release());
+    return *this;
+  }
+  ~Fd() { reset(); }
+  int get() const { return fd_; }
+  int release() {
+    const int fd = fd_;
+    fd_ = -1;
+    return fd;
+  }
+  void reset(int fd = -1) {
+    if (fd_ >= 0) close(fd_);
+    fd_ = fd;
+  }
+
+ private:
+  int fd_;
+};
+
+std::string Address(const std::string& host, int port) {
+  const bool ipv6 = host.find(':') != std::string::npos;
+  return (ipv6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
+}
+
+// Binds a socket with SO_REUSEPORT to host:0 and keeps it, so that the port
+// it got stays ours until the workers listen on it too.
+bool ReservePort(const std::string& host, Fd* reservation, int* port) {
+  addrinfo hints{};
+  hints.ai_family = AF_UNSPEC;
+  hints.ai_socktype = SOCK_STREAM;
+  hints.ai_flags = AI_NUMERICSERV;
+  addrinfo* found = nullptr;
+  if (getaddrinfo(host.c_str(), "0", &hints, &found) != 0) return false;
+  std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> list(found, &freeaddrinfo);
+  for (addrinfo* ai = list.get(); ai != nullptr; ai = ai->ai_next) {
+    Fd fd(socket(ai->ai_family, ai->ai_socktype, ai->ai_protocol));
+    const int on = 1;
+    if (fd.get() < 0 || setsockopt(fd.get(), SOL_SOCKET, SO_REUSEPORT, &on, sizeof on) != 0 ||
+        bind(fd.get(), ai->ai_addr, ai->ai_addrlen) != 0) {
+      continue;
+    }
+    sockaddr_storage bound{};
+    socklen_t length = sizeof bound;
+    if (getsockname(fd.get(), reinterpret_cast<sockaddr*>(&bound), &length) != 0) continue;
+    char service[16];
+    if (getnameinfo(reinterpret_cast<sockaddr*>(&bound), length, nullptr, 0, service,
+                    sizeof service, NI_NUMERICSERV) != 0) {
+      continue;
+    }
+    *port = std::atoi(service);
+    *reservation = std::move(fd);
+    return true;
+  }
+  return false;
+}
+
+struct Worker {
+  pid_t pid = -1;
+  std::chrono::steady_clock::time_point started;
+};
+
+class Supervisor {
+ public:
+  Supervisor(const ServerConfig& config, std::string address, int reservation)
+      : config_(config), address_(std::move(address)), reservation_(reservation) {}
+
+  // Starts every worker; false when one fails to start.
+  bool StartAll() {
+    workers_.resize(static_cast<size_t>(config_.workers));
+    for (Worker& worker : workers_) {
+      if (!Start(worker)) return false;
+    }
+    return true;
+  }
+
+  // Waits for signals: stops on SIGTERM or SIGINT, restarts dead workers.
+  void Run() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGCHLD);
+    for (;;) {
+      int signal = 0;
+      if (sigwait(&signals, &signal) != 0) continue;
+      if (signal == SIGTERM || signal == SIGINT) return;
+      RestartDeadWorkers();
+    }
+  }
+
+  void StopAll() {
+    for (Worker& worker : workers_) {
+      if (worker.pid > 0) kill(worker.pid, SIGTERM);
+    }
+    for (Worker& worker : workers_) {
+      if (worker.pid > 0) waitpid(worker.pid, nullptr, 0);
+      worker.pid = -1;
+    }
+  }
+
+ private:
+  bool Start(Worker& worker) {
+    int fds[2];
+    if (pipe(fds) != 0) return false;
+    Fd readEnd(fds[0]), writeEnd(fds[1]);
+    const pid_t pid = fork();
+    if (pid < 0) return false;
+    if (pid == 0) {
+      readEnd.reset();
+      if (reservation_ >= 0) close(reservation_);
+      std::fflush(stderr);
+      _exit(RunWorker(config_, address_, writeEnd.release()));
+    }
+    writeEnd.reset();
+    worker.pid = pid;
+    worker.started = std::chrono::steady_clock::now();
+    return AwaitReady(readEnd.get(), worker);
+  }
+
+  // The worker reports readiness with one byte; end of file or time-out
+  // means it failed.
+  static bool AwaitReady(int fd, Worker& worker) {
+    pollfd wait{fd, POLLIN, 0};
+    char ready = 0;
+    if (poll(&wait, 1, kStartTimeoutMs) == 1 && read(fd, &ready, 1) == 1) return true;
+    kill(worker.pid, SIGKILL);
+    waitpid(worker.pid, nullptr, 0);
+    worker.pid = -1;
+    return false;
+  }
+
+  void RestartDeadWorkers() {
+    for (Worker& worker : workers_) {
+      int status = 0;
+      if (worker.pid <= 0 || waitpid(worker.pid, &status, WNOHANG) != worker.pid) continue;
+      std::fprintf(stderr, "tovak-server: worker %d ended (%s %d), starting another\n",
+                   static_cast<int>(worker.pid), WIFSIGNALED(status) ? "signal" : "exit",
+                   WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status));
+      const auto lived = std::chrono::steady_clock::now() - worker.started;
+      if (lived < kRestartPause) std::this_thread::sleep_for(kRestartPause - lived);
+      if (!Start(worker)) std::fprintf(stderr, "tovak-server: a worker failed to start\n");
+    }
+  }
+
+  const ServerConfig& config_;
+  std::string address_;
+  int reservation_;
+  std::vector<Worker> workers_;
+};
+
+bool WritePortFile(const std::string& path, int port) {
+  const std::string temporary = path + ".tmp";
+  {
+    std::ofstream out(temporary, std::ios::trunc);
+    out << port << "\n";
+    if (!out) return false;
+  }
+  return std::rename(temporary.c_str(), path.c_str()) == 0;
+}
+
+void BlockStopSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGCHLD);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+}
+
+}  // namespace
+
+int Supervise(const ServerConfig& config, const std::string& portFile) {
+  // Blocked here, inherited by the workers: each process waits for them
+  // with sigwait.
+  BlockStopSignals();
+  Fd reservation;
+  int port = config.listenPort;
+  if (port == 0 && !ReservePort(config.listenHost, &reservation, &port)) {
+    std::fprintf(stderr, "tovak-server: cannot find a free port on %s\n",
+                 config.listenHost.c_str());
+    return 1;
+  }
+  const std::string address = Address(config.listenHost, port);
+  Supervisor supervisor(config, address, reservation.get());
+  if (!supervisor.StartAll()) {
+    std::fprintf(stderr, "tovak-server: workers failed to start on %s\n", address.c_str());
+    supervisor.StopAll();
+    return 1;
+  }
+  reservation.reset();
+  std::fprintf(stderr, "tovak-server: listening on %s, %d worker(s), TLS %s\n", address.c_str(),
+               config.workers, config.tls() ? "on" : "off");
+  if (!portFile.empty() && !WritePortFile(portFile, port)) {
+    std::fprintf(stderr, "tovak-server: cannot write %s\n", portFile.c_str());
+    supervisor.StopAll();
+    return 1;
+  }
+  supervisor.Run();
+  supervisor.StopAll();
+  std::fprintf(stderr, "tovak-server: stopped\n");
+  return 0;
+}
+
+}  // namespace tovak::server
