@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "dts_fixture.h"
@@ -239,6 +240,34 @@ TEST_F(BuilderTest, FailuresLeaveTheListAsItWas) {
   ASSERT_EQ(Build(set, 3), 0);
   EXPECT_EQ(set.GetParamCount(), 39);
   EXPECT_EQ(Names(set)[1], "Shot");
+}
+
+// A list that refuses its n-th text entry.
+class ThrowingList : public CParamSet {
+ public:
+  explicit ThrowingList(int n) : left_(n) {}
+  void AddParam(const char* name, const char* value) override {
+    if (--left_ == 0) throw std::runtime_error("full");
+    CParamSet::AddParam(name, value);
+  }
+  using CParamSet::AddParam;
+  int PutString(const char*) override { throw std::runtime_error("unreadable"); }
+
+ private:
+  int left_;
+};
+
+TEST_F(BuilderTest, ListExceptionsPassAfterEverythingIsReleased) {
+  ThrowingList list(3);
+  EXPECT_THROW(Build(list, 1), std::runtime_error);
+  EXPECT_EQ(IndexDb().log.back(), "Close");
+  EXPECT_EQ(*(IndexDb().log.end() - 2), "delete");
+
+  ResetCompanions();
+  SetConfig("KOVD_GRPC", "grpc://srv:1");
+  Client().getDTSParameters = [](const char*, const char*, unsigned, unsigned short,
+                                 unsigned short, std::string&) { return 0; };
+  EXPECT_THROW(Build(list, 1), std::runtime_error);
 }
 
 class RemoteBuilderTest : public CompanionTest {
