@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "config/config_file.h"
-#include "remote/client_options.h"
+#include "remote/file_text.h"
 
 namespace tovak::server {
 namespace {

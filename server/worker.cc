@@ -12,7 +12,7 @@
 #include <grpcpp/server.h>
 #include <grpcpp/server_builder.h>
 
-#include "remote/client_options.h"
+#include "remote/file_text.h"
 #include "server/authorizer.h"
 #include "server/service.h"
 #include "tovak/tovak.h"

@@ -3,8 +3,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 
 #include "tovak/client_env.h"
 
@@ -29,16 +27,6 @@ ClientOptions ReadClientOptions() {
       PositiveNumber(CClientEnvironment::getEnv("TOVAK_DEADLINE_MS"), kDefaultDeadlineMs));
   if (const char* ca = CClientEnvironment::getEnv("TOVAK_CA_FILE")) options.caFile = ca;
   return options;
-}
-
-bool ReadWholeFile(const std::string& path, std::string* content) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return false;
-  std::ostringstream text;
-  text << in.rdbuf();
-  if (in.bad()) return false;
-  *content = text.str();
-  return true;
 }
 
 }  // namespace tovak::remote

@@ -6,6 +6,8 @@
 #include <chrono>
 #include <string>
 
+#include "remote/file_text.h"
+
 namespace tovak::remote {
 
 inline constexpr int kDefaultDeadlineMs = 10000;
@@ -23,9 +25,6 @@ struct ClientOptions {
 // The current settings. A TOVAK_DEADLINE_MS that is not a positive decimal
 // number gives the default.
 ClientOptions ReadClientOptions();
-
-// The whole content of a file; false when it cannot be read.
-bool ReadWholeFile(const std::string& path, std::string* content);
 
 }  // namespace tovak::remote
 
