@@ -24,34 +24,34 @@ void RunLink(const Args& args, const std::string& server, Report& report) {
                                       word3.data());
   Check("tovakGetDTSinfox", status);
   report.Add("dtsKind", "DTS kind", std::string(kind.data()));
-  report.Add("dtsHost", "DTS host", std::string(t1.data()));
-  report.Add("module", "module", std::string(t2.data()));
-  report.Add("linkNum3", "column 3", int64_t{num3});
-  report.Add("linkNum4", "column 4", int64_t{num4});
+  report.Add("triggerUnit", "trigger unit", std::string(t1.data()));
+  report.Add("triggerModule", "trigger module", std::string(t2.data()));
+  report.Add("clockOutput", "clock output", int64_t{num3});
+  report.Add("triggerOutput", "trigger output", int64_t{num4});
   report.Add("clockSource", "clock source", std::string(source.data()));
   report.Add("clockSetting", "clock setting", int64_t{clockSetting});
-  report.Add("linkNum8", "column 8", int64_t{num8});
+  report.Add("recordLength", "record length", int64_t{num8});
   report.Add("preSample", "pre-samples", int64_t{preSample});
   report.Add("sampInterval", "sampling interval", int64_t{sampInterval}, "ns");
-  report.Add("clkHostId", "clock DTS id", int64_t{clkHostId});
-  report.Add("clkDtsWord3", "clock DTS word 3", std::string(word3.data()));
+  report.Add("clkHostId", "clock unit id", int64_t{clkHostId});
+  report.Add("clkModule", "clock module", std::string(word3.data()));
 }
 
 void RunClk(const Args& args, const std::string& server, Report& report) {
   const LinkTexts link = ReadLinkTexts(ReadChannelKey(args), server);
   report.Add("dtsKind", "DTS kind", link.dtsKind);
-  report.Add("linkText1", "DTS host", link.text1);
-  report.Add("linkText2", "module", link.text2);
-  report.Add("linkText3", "column 3", link.text3);
-  report.Add("linkText4", "column 4", link.text4);
+  report.Add("triggerUnit", "trigger unit", link.text1);
+  report.Add("triggerModule", "trigger module", link.text2);
+  report.Add("clockOutput", "clock output", link.text3);
+  report.Add("triggerOutput", "trigger output", link.text4);
   report.Add("clockSource", "clock source", link.clockSource);
   report.Add("clockSetting", "clock setting", int64_t{link.clockSetting});
-  report.Add("linkNum8", "column 8", int64_t{link.num8});
+  report.Add("recordLength", "record length", int64_t{link.num8});
   report.Add("preSample", "PreSample", link.preSample);
   report.Add("sampInterval", "SampInterval", link.sampInterval);
-  report.Add("clkDtsType", "ClkDTS kind", link.clkDtsType);
-  report.Add("clkDtsHost", "ClkDTS host", link.clkDtsHost);
-  report.Add("clkDtsWord3", "ClkDTS word 3", link.clkDtsWord3);
+  report.Add("clkDtsType", "clock unit kind", link.clkDtsType);
+  report.Add("clkDtsHost", "clock unit", link.clkDtsHost);
+  report.Add("clkModule", "clock module", link.clkDtsWord3);
 }
 
 }  // namespace

@@ -28,16 +28,17 @@ struct TimingArgs {
 
 TimingArgs FromLink(const LinkTexts& link) {
   TimingArgs t;
-  t.trigger = {link.dtsKind, link.text1, link.text2, link.text3};
+  t.trigger = {link.dtsKind, link.text1, link.text2, link.text4};
   t.clock = link.clkDtsType.empty()
-                ? Unit{link.dtsKind, link.text1, link.text2, link.text4}
-                : Unit{link.clkDtsType, link.clkDtsHost, link.clkDtsWord3, link.text4};
+                ? Unit{link.dtsKind, link.text1, link.text2, link.text3}
+                : Unit{link.clkDtsType, link.clkDtsHost, link.clkDtsWord3, link.text3};
   t.clockSource = link.clockSource;
+  const bool external = link.clockSource == "External";
   const std::string setting = std::to_string(link.clockSetting);
-  t.internalClock = link.clockSource == "External" ? "" : setting;
-  t.cycleMultiplier = link.clockSource == "External" ? setting : "1";
+  t.cycleMultiplier = external ? setting : "1";
+  t.internalClock = external || link.clockSetting == 0 ? "" : setting;
   t.preSample = link.preSample.empty() ? "0" : link.preSample;
-  t.sampInterval = link.sampInterval.empty() ? 0 : std::atoi(link.sampInterval.c_str());
+  t.sampInterval = static_cast<int>(std::strtol(link.sampInterval.c_str(), nullptr, 10));
   return t;
 }
 

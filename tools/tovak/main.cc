@@ -38,20 +38,35 @@ OptionSpec Merge(OptionSpec a, const OptionSpec& b) {
   return a;
 }
 
-int Run(const std::vector<std::string>& argv) {
-  if (argv.empty() || argv[0] == "--help" || argv[0] == "-h" || argv[0] == "help") {
-    PrintCommandList(argv.empty() ? stderr : stdout);
-    return argv.empty() ? 2 : 0;
+// Index of the command word: global options may stand before it.
+size_t CommandIndex(const std::vector<std::string>& argv) {
+  const OptionSpec global = GlobalOptions();
+  for (size_t i = 0; i < argv.size(); ++i) {
+    const std::string& word = argv[i];
+    if (word.rfind("--", 0) != 0) return i;
+    if (global.valued.count(word.substr(2)) != 0) ++i;  // its value follows
   }
-  const Command* command = Find(argv[0]);
+  return argv.size();
+}
+
+int Run(std::vector<std::string> argv) {
+  const size_t at = CommandIndex(argv);
+  const bool wantsHelp = !argv.empty() && (argv[0] == "--help" || argv[0] == "-h" ||
+                                           argv[0] == "help");
+  if (at == argv.size() || wantsHelp) {
+    PrintCommandList(wantsHelp ? stdout : stderr);
+    return wantsHelp ? 0 : 2;
+  }
+  const std::string name = argv[at];
+  argv.erase(argv.begin() + static_cast<std::ptrdiff_t>(at));
+  const Command* command = Find(name);
   if (command == nullptr) {
-    std::fprintf(stderr, "tovak: unknown command '%s'\n\n", argv[0].c_str());
+    std::fprintf(stderr, "tovak: unknown command '%s'\n\n", name.c_str());
     PrintCommandList(stderr);
     return 2;
   }
   try {
-    const Args args = Args::Parse({argv.begin() + 1, argv.end()},
-                                  Merge(GlobalOptions(), command->options));
+    const Args args = Args::Parse(argv, Merge(GlobalOptions(), command->options));
     if (args.Flag("help")) {
       std::printf("usage: tovak %s\n\n%s", command->usage, kGlobalUsage);
       return 0;
