@@ -16,8 +16,8 @@ namespace {
 // not there leaves its buffer as it was.
 class TextActions final : public OptionActions {
  public:
-  TextActions(char* preSampleText, char* sampIntervalText, char* clkDtsType,
-              char* clkDtsHost, char* clkDtsWord3)
+  TextActions(char* preSampleText, char* sampIntervalText, char* clkDtsType, char* clkDtsHost,
+              char* clkDtsWord3)
       : preSampleText_(preSampleText),
         sampIntervalText_(sampIntervalText),
         clkDtsType_(clkDtsType),
@@ -46,36 +46,33 @@ class TextActions final : public OptionActions {
 
 int V1tovakGetDTSinfoCLK(const char* diag, unsigned int shot, short subShot, short chKey1,
                          short chKey2, const char* server, char* dtsKind, char* linkText1,
-                         char* linkText2, char* linkText3, char* linkText4,
-                         int* clockSetting, int* linkNum8, char* clockSource,
-                         char* preSampleText, char* sampIntervalText, char* clkDtsType,
-                         char* clkDtsHost, char* clkDtsWord3) {
+                         char* linkText2, char* linkText3, char* linkText4, int* clockSetting,
+                         int* linkNum8, char* clockSource, char* preSampleText,
+                         char* sampIntervalText, char* clkDtsType, char* clkDtsHost,
+                         char* clkDtsWord3) {
   const LinkKey key{diag, shot, subShot, chKey1, chKey2};
   return QueryLinkRow(key, server, [&](CIndexDBComm&, const CRDBres& link) {
     CopyLinkTexts(link, {dtsKind, linkText1, linkText2, clockSource});
     CopyTrimmedCell(link, 3, linkText3);
     CopyTrimmedCell(link, 4, linkText4);
     ReadClockNumbers(link, clockSetting, linkNum8);
-    TextActions actions(preSampleText, sampIntervalText, clkDtsType, clkDtsHost,
-                        clkDtsWord3);
+    TextActions actions(preSampleText, sampIntervalText, clkDtsType, clkDtsHost, clkDtsWord3);
     return ScanOptions(OptionsText(link), actions);
   });
 }
 
 int V2tovakGetDTSinfoCLK(const char* diag, unsigned int shot, short subShot, short chKey1,
                          short chKey2, const char* server, char* dtsKind, char* linkText1,
-                         char* linkText2, char* linkText3, char* linkText4,
-                         int* clockSetting, int* linkNum8, char* clockSource,
-                         char* preSampleText, char* sampIntervalText, char* clkDtsType,
-                         char* clkDtsHost, char* clkDtsWord3) {
+                         char* linkText2, char* linkText3, char* linkText4, int* clockSetting,
+                         int* linkNum8, char* clockSource, char* preSampleText,
+                         char* sampIntervalText, char* clkDtsType, char* clkDtsHost,
+                         char* clkDtsWord3) {
   return WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
     RemoteTexts<11> texts({dtsKind, linkText1, linkText2, linkText3, linkText4, clockSource,
-                           preSampleText, sampIntervalText, clkDtsType, clkDtsHost,
-                           clkDtsWord3});
+                           preSampleText, sampIntervalText, clkDtsType, clkDtsHost, clkDtsWord3});
     return texts.Deliver(client.GetDTSinfoCLK(
-        diag, shot, subShot, chKey1, chKey2, texts[0], texts[1], texts[2], texts[3],
-        texts[4], clockSetting, linkNum8, texts[5], texts[6], texts[7], texts[8], texts[9],
-        texts[10]));
+        diag, shot, subShot, chKey1, chKey2, texts[0], texts[1], texts[2], texts[3], texts[4],
+        clockSetting, linkNum8, texts[5], texts[6], texts[7], texts[8], texts[9], texts[10]));
   });
 }
 
@@ -89,8 +86,7 @@ int tovakGetDTSinfoCLK(const char* diag, unsigned int shot, short subShot, short
                        char* sampIntervalText, char* clkDtsType, char* clkDtsHost,
                        char* clkDtsWord3) {
   using namespace tovak::link;
-  const auto backEnd = isTovakProtocolV2(server) == 0 ? V1tovakGetDTSinfoCLK
-                                                       : V2tovakGetDTSinfoCLK;
+  const auto backEnd = isTovakProtocolV2(server) == 0 ? V1tovakGetDTSinfoCLK : V2tovakGetDTSinfoCLK;
   return backEnd(diag, shot, subShot, chKey1, chKey2, server, dtsKind, linkText1, linkText2,
                  linkText3, linkText4, clockSetting, linkNum8, clockSource, preSampleText,
                  sampIntervalText, clkDtsType, clkDtsHost, clkDtsWord3);

@@ -107,24 +107,22 @@ int V1tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot, short
 }  // namespace
 }  // namespace tovak::link
 
-int tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot, short chKey1,
-                     short chKey2, const char* server, char* dtsKind, char* linkText1,
-                     char* linkText2, short* linkNum3, short* linkNum4, int* clockSetting,
-                     int* linkNum8, char* clockSource, int* preSample, int* sampInterval,
-                     int* clkHostId, char* clkDtsWord3) {
+int tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot, short chKey1, short chKey2,
+                     const char* server, char* dtsKind, char* linkText1, char* linkText2,
+                     short* linkNum3, short* linkNum4, int* clockSetting, int* linkNum8,
+                     char* clockSource, int* preSample, int* sampInterval, int* clkHostId,
+                     char* clkDtsWord3) {
   using namespace tovak::link;
   if (isTovakProtocolV2(server) == 0) {
-    return V1tovakGetDTSinfox(diag, shot, subShot, chKey1, chKey2, server, dtsKind,
-                              linkText1, linkText2, linkNum3, linkNum4, clockSetting,
-                              linkNum8, clockSource, preSample, sampInterval, clkHostId,
-                              clkDtsWord3);
+    return V1tovakGetDTSinfox(diag, shot, subShot, chKey1, chKey2, server, dtsKind, linkText1,
+                              linkText2, linkNum3, linkNum4, clockSetting, linkNum8, clockSource,
+                              preSample, sampInterval, clkHostId, clkDtsWord3);
   }
   SetOptionDefaults(preSample, sampInterval, clkHostId);
   return tovak::WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
     RemoteTexts<5> texts({dtsKind, linkText1, linkText2, clockSource, clkDtsWord3});
-    return texts.Deliver(client.GetDTSinfox(diag, shot, subShot, chKey1, chKey2, texts[0],
-                                            texts[1], texts[2], linkNum3, linkNum4,
-                                            clockSetting, linkNum8, texts[3], preSample,
-                                            sampInterval, clkHostId, texts[4]));
+    return texts.Deliver(client.GetDTSinfox(
+        diag, shot, subShot, chKey1, chKey2, texts[0], texts[1], texts[2], linkNum3, linkNum4,
+        clockSetting, linkNum8, texts[3], preSample, sampInterval, clkHostId, texts[4]));
   });
 }

@@ -42,13 +42,13 @@ int QueryLinkRow(const LinkKey& key, const char* server, const RowDecoder& decod
   const int siteId = db.get_site_id(site);
   const int diagId = siteId > 0 ? db.get_diag_id(key.diag, siteId, nullptr) : -1;
   if (siteId <= 0 || diagId < 0) {
-    VerboseMessage("No diag name in database [%s] site[%s]\n",
-                   key.diag != nullptr ? key.diag : "", site);
+    VerboseMessage("No diag name in database [%s] site[%s]\n", key.diag != nullptr ? key.diag : "",
+                   site);
     return TOVAK_E_UNKNOWN_DIAG;
   }
 
-  ResultPtr link(db.get_DTS_information(diagId, key.shot, Widen(key.subShot),
-                                        Widen(key.chKey1), Widen(key.chKey2)));
+  ResultPtr link(db.get_DTS_information(diagId, key.shot, Widen(key.subShot), Widen(key.chKey1),
+                                        Widen(key.chKey2)));
   // A result without a row is treated like one that reports no match.
   if (NothingFound(link.get()) || RowCount(link.get()) == 0) {
     VerboseMessage("No DTS link information.\n");

@@ -22,8 +22,7 @@ class OptionActions {
   virtual ~OptionActions() = default;
   virtual void PreSample(std::string_view value) = 0;
   virtual void SampInterval(std::string_view value) = 0;
-  virtual void ClkDTS(std::string_view kind, std::string_view name,
-                      std::string_view third) = 0;
+  virtual void ClkDTS(std::string_view kind, std::string_view name, std::string_view third) = 0;
 };
 
 // The word at position pos of text: white space before it is skipped, and

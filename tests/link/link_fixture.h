@@ -8,12 +8,14 @@
 
 #include "access/state.h"
 #include "doubles/companions.h"
+#include "link/link_calls.h"
 
 namespace tovak::testing {
 
 constexpr char kServer[] = "dbhost/UBO::index";
-constexpr char kUntouched[] = "untouched";
 using Log = std::vector<std::string>;
+
+const Channel kChannel{"diag", 100, 2, 3, -4, kServer};
 
 // Link row with the given options text; the other columns are plain values.
 inline std::vector<std::string> Row(const std::string& options) {
