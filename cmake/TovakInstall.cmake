@@ -20,6 +20,9 @@ install(FILES ${PROJECT_BINARY_DIR}/tovakConfig.cmake
               ${PROJECT_BINARY_DIR}/tovakConfigVersion.cmake
   DESTINATION ${tovak_cmake_dir})
 
+# The .pc file finds the prefix relative to itself, so the tree can move.
+file(RELATIVE_PATH TOVAK_PC_PREFIX_FROM_PCDIR
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tovak.pc.in ${PROJECT_BINARY_DIR}/tovak.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tovak.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
