@@ -2,6 +2,8 @@
 #ifndef TOVAK_DB_INDEX_DB_H_
 #define TOVAK_DB_INDEX_DB_H_
 
+#include <utility>
+
 #include "db/pg_connection.h"
 #include "tovak/rdb.h"
 

@@ -1,8 +1,7 @@
-// The setup database connection over libpq.
-#include <memory>
+#include "db/setup_db.h"
 
-#include "db/pg_connection.h"
-#include "tovak/rdb.h"
+#include <cstdint>
+#include <memory>
 
 namespace tovak::db {
 namespace {
@@ -13,35 +12,29 @@ constexpr Statement kModules = {
     "SELECT key1, key2 FROM dmod_use_at($2, $3)"
     " WHERE site = session_user AND diag = $1 ORDER BY position"};
 
-class PgSetupDb final : public CSetupDBComm {
- public:
-  void Configure(ConnectionParams params) { connection_.Configure(std::move(params)); }
-
-  int open() override { return connection_.Open(); }
-  void Close() override { connection_.Disconnect(); }
-  void ForceClose(int) override { connection_.Disconnect(); }
-  bool is_open() const override { return connection_.IsOpen(); }
-
-  CRDBres* get_dmod_diag_shot(const char* diag, unsigned int shot,
-                              unsigned int subshot) override {
-    return connection_.Query(kModules, {diag, shot, static_cast<int32_t>(subshot)})
-        .release();
-  }
-
- private:
-  PgConnection connection_;
-};
-
-std::unique_ptr<PgSetupDb> setup_instance;
-
 }  // namespace
+
+int PgSetupDb::open() { return connection_.Open(); }
+void PgSetupDb::Close() { connection_.Disconnect(); }
+void PgSetupDb::ForceClose(int) { connection_.Disconnect(); }
+bool PgSetupDb::is_open() const { return connection_.IsOpen(); }
+
+CRDBres* PgSetupDb::get_dmod_diag_shot(const char* diag, unsigned int shot,
+                                       unsigned int subshot) {
+  return connection_.Query(kModules, {diag, shot, static_cast<int32_t>(subshot)}).release();
+}
+
 }  // namespace tovak::db
+
+// The process-wide instance, created by the first setupInstance().
+namespace {
+std::unique_ptr<tovak::db::PgSetupDb> setup_instance;
+}  // namespace
 
 void CSetupDBComm::setupInstance(const char* host, const char* port, const char* database,
                                  const char* user, const char* password) {
-  using tovak::db::setup_instance;
   if (!setup_instance) setup_instance = std::make_unique<tovak::db::PgSetupDb>();
   setup_instance->Configure(tovak::db::MakeParams(host, port, database, user, password));
 }
 
-CSetupDBComm* CSetupDBComm::getInstance() { return tovak::db::setup_instance.get(); }
+CSetupDBComm* CSetupDBComm::getInstance() { return setup_instance.get(); }
