@@ -31,6 +31,18 @@ constexpr char kUserDefined[] = "UserDefined";
 // The subshot and channel keys are sign-extended, then passed unsigned.
 unsigned int Widen(short value) { return static_cast<unsigned int>(static_cast<int>(value)); }
 
+void CopyNormalisedKind(const CRDBres& link, char* dtsKind) {
+  const std::string kind = TrimmedCell(link, 0);
+  const char* normalised = kUserDefined;
+  for (const KindName& name : kKindNames) {
+    if (kind == name.stored) {
+      normalised = name.normalised;
+      break;
+    }
+  }
+  std::strcpy(dtsKind, normalised);
+}
+
 }  // namespace
 
 int QueryLinkRow(const LinkKey& key, const char* server, const RowDecoder& decode) {
@@ -67,22 +79,6 @@ std::string TrimmedCell(const CRDBres& link, int column) {
 void CopyTrimmedCell(const CRDBres& link, int column, char* dst) {
   CopyOut(dst, TrimmedCell(link, column));
 }
-
-namespace {
-
-void CopyNormalisedKind(const CRDBres& link, char* dtsKind) {
-  const std::string kind = TrimmedCell(link, 0);
-  const char* normalised = kUserDefined;
-  for (const KindName& name : kKindNames) {
-    if (kind == name.stored) {
-      normalised = name.normalised;
-      break;
-    }
-  }
-  std::strcpy(dtsKind, normalised);
-}
-
-}  // namespace
 
 void CopyLinkTexts(const CRDBres& link, const LinkTexts& out) {
   CopyNormalisedKind(link, out.dtsKind);
