@@ -1,0 +1,225 @@
+// Query latency of the index and setup connections, as ratios against a
+// floor measured in the same run on the same connection:
+//   queries on a kept-open connection   vs  a raw libpq "SELECT 1" on it;
+//   open + Close of a fresh connection   vs  a raw PQconnectdbParams + PQfinish.
+// Each iteration runs the floor and the measured work back to back, so that
+// load on the machine affects both alike. Counters: ours_us, floor_us and
+// floor_ratio = ours / floor.
+//
+// The cluster: the one PGHOST names when TOVAK_BENCH_USE_PGHOST is set,
+// otherwise a private one made with scripts/dbctl for the run.
+#include <benchmark/benchmark.h>
+#include <libpq-fe.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "db/index_db.h"
+#include "db/pg_connection.h"
+#include "db/setup_db.h"
+#include "tovak/rdb.h"
+
+namespace {
+
+constexpr char kPassword[] = "19981107quorblex3";
+using Clock = std::chrono::steady_clock;
+using ResultPtr = std::unique_ptr<CRDBres>;
+
+class BenchCluster {
+ public:
+  BenchCluster() {
+    if (std::getenv("TOVAK_BENCH_USE_PGHOST") != nullptr) return;
+    std::string dir = (std::filesystem::temp_directory_path() / "tovak-bench-XXXXXX").string();
+    if (mkdtemp(dir.data()) == nullptr) return;
+    dir_ = dir;
+    if (Dbctl("start")) setenv("PGHOST", (dir_ + "/socket").c_str(), 1);
+  }
+  ~BenchCluster() {
+    if (dir_.empty()) return;
+    Dbctl("stop");
+    std::error_code ignored;
+    std::filesystem::remove_all(dir_, ignored);
+  }
+
+ private:
+  bool Dbctl(const char* command) {
+    const std::string line = std::string("'") + TOVAK_DBCTL + "' " + command + " '" + dir_ +
+                             "' >/dev/null 2>&1";
+    return std::system(line.c_str()) == 0;
+  }
+  std::string dir_;
+};
+
+double Seconds(Clock::duration d) { return std::chrono::duration<double>(d).count(); }
+
+void Report(benchmark::State& state, double ours, double floor) {
+  const double n = static_cast<double>(state.iterations());
+  state.counters["ours_us"] = ours / n * 1e6;
+  state.counters["floor_us"] = floor / n * 1e6;
+  state.counters["floor_ratio"] = floor > 0 ? ours / floor : 0;
+}
+
+void SelectOne(PGconn* conn) {
+  PGresult* result = PQexec(conn, "SELECT 1");
+  if (PQresultStatus(result) != PGRES_TUPLES_OK) std::abort();
+  PQclear(result);
+}
+
+// One query on the kept-open index connection; the floor runs on the very
+// connection the library holds.
+void KeptOpen(benchmark::State& state, const std::function<void(CIndexDBComm&)>& query) {
+  CIndexDBComm::swCloseEachTime = false;
+  CIndexDBComm::setup("", "5432", "index", "ubo", kPassword);
+  CIndexDBComm& db = *CIndexDBComm::getInstance();
+  if (db.open() != 0) {
+    state.SkipWithError("cannot open the index database");
+    return;
+  }
+  auto& raw = static_cast<tovak::db::PgIndexDb&>(db);
+  query(db);  // prepares the statement
+  double ours = 0, floor = 0;
+  for (auto _ : state) {
+    const auto t0 = Clock::now();
+    SelectOne(raw.connection().raw());
+    const auto t1 = Clock::now();
+    query(db);
+    const auto t2 = Clock::now();
+    floor += Seconds(t1 - t0);
+    ours += Seconds(t2 - t1);
+    state.SetIterationTime(Seconds(t2 - t1));
+  }
+  Report(state, ours, floor);
+  db.ForceClose(1);
+}
+
+void Check(bool ok) {
+  if (!ok) std::abort();
+}
+
+void BM_SiteId(benchmark::State& state) {
+  KeptOpen(state, [](CIndexDBComm& db) { Check(db.get_site_id("ubo") == 1); });
+}
+void BM_HostId(benchmark::State& state) {
+  KeptOpen(state, [](CIndexDBComm& db) { Check(db.get_DTS_HostID("fdts01") == 11); });
+}
+void BM_DiagId(benchmark::State& state) {
+  KeptOpen(state,
+           [](CIndexDBComm& db) { Check(db.get_diag_id("Magnetics", 1, nullptr) == 101); });
+}
+void BM_HostName(benchmark::State& state) {
+  KeptOpen(state, [](CIndexDBComm& db) {
+    char* name = nullptr;
+    Check(db.get_host_name(11, &name) == 0);
+    std::free(name);
+  });
+}
+void BM_LinkRow(benchmark::State& state) {
+  KeptOpen(state, [](CIndexDBComm& db) {
+    ResultPtr row(db.get_DTS_information(101, 120100, 1, 1, 3));
+    Check(row->GetLines() == 1);
+  });
+}
+void BM_ParameterRows(benchmark::State& state) {
+  KeptOpen(state, [](CIndexDBComm& db) {
+    ResultPtr rows(db.get_DTS_parameters(120100, 1, 11, "DMODSS0"));
+    Check(rows->GetLines() == 8);
+  });
+}
+void BM_ModuleTable(benchmark::State& state) {
+  KeptOpen(state, [](CIndexDBComm& db) {
+    ResultPtr rows(db.get_DTSTBL(11, "DMODSS0", 120100, 1));
+    Check(rows->GetLines() == 8);
+  });
+}
+void BM_UnitTable(benchmark::State& state) {
+  KeptOpen(state, [](CIndexDBComm& db) {
+    ResultPtr rows(db.get_DTSTBL(21, 120100, 1));
+    Check(rows->GetLines() == 16);
+  });
+}
+void BM_ChannelSettings(benchmark::State& state) {
+  KeptOpen(state, [](CIndexDBComm& db) {
+    ResultPtr rows(db.get_dmod_diag_shot("mag-pxi1", "PXI6143", 120100, 1));
+    Check(rows->GetLines() == 8);
+  });
+}
+
+// A call that connects afresh: open() and Close() with the close switch on,
+// against a raw connect and finish with the same parameters.
+void BM_ConnectPerCall(benchmark::State& state) {
+  CIndexDBComm::swCloseEachTime = true;
+  CIndexDBComm::setup("", "5432", "index", "ubo", kPassword);
+  CIndexDBComm& db = *CIndexDBComm::getInstance();
+  const std::string timeout = std::to_string(tovak::db::ConnectTimeoutSeconds());
+  const char* const keywords[] = {"dbname",          "user", "password",
+                                  "connect_timeout", nullptr};
+  const char* const values[] = {"index", "ubo", kPassword, timeout.c_str(), nullptr};
+  double ours = 0, floor = 0;
+  for (auto _ : state) {
+    const auto t0 = Clock::now();
+    PGconn* conn = PQconnectdbParams(keywords, values, 0);
+    Check(PQstatus(conn) == CONNECTION_OK);
+    PQfinish(conn);
+    const auto t1 = Clock::now();
+    Check(db.open() == 0);
+    db.Close();
+    const auto t2 = Clock::now();
+    floor += Seconds(t1 - t0);
+    ours += Seconds(t2 - t1);
+    state.SetIterationTime(Seconds(t2 - t1));
+  }
+  Report(state, ours, floor);
+}
+
+// The setup database's module list on a kept-open connection.
+void BM_SetupModules(benchmark::State& state) {
+  CSetupDBComm::setupInstance("", "5432", "setup", "ubo", kPassword);
+  CSetupDBComm& db = *CSetupDBComm::getInstance();
+  if (db.open() != 0) {
+    state.SkipWithError("cannot open the setup database");
+    return;
+  }
+  auto& raw = static_cast<tovak::db::PgSetupDb&>(db);
+  double ours = 0, floor = 0;
+  for (auto _ : state) {
+    const auto t0 = Clock::now();
+    SelectOne(raw.connection().raw());
+    const auto t1 = Clock::now();
+    ResultPtr rows(db.get_dmod_diag_shot("Magnetics", 120100, 1));
+    Check(rows->GetLines() == 2);
+    const auto t2 = Clock::now();
+    floor += Seconds(t1 - t0);
+    ours += Seconds(t2 - t1);
+    state.SetIterationTime(Seconds(t2 - t1));
+  }
+  Report(state, ours, floor);
+  db.Close();
+}
+
+BENCHMARK(BM_SiteId)->UseManualTime();
+BENCHMARK(BM_HostId)->UseManualTime();
+BENCHMARK(BM_DiagId)->UseManualTime();
+BENCHMARK(BM_HostName)->UseManualTime();
+BENCHMARK(BM_LinkRow)->UseManualTime();
+BENCHMARK(BM_ParameterRows)->UseManualTime();
+BENCHMARK(BM_ModuleTable)->UseManualTime();
+BENCHMARK(BM_UnitTable)->UseManualTime();
+BENCHMARK(BM_ChannelSettings)->UseManualTime();
+BENCHMARK(BM_SetupModules)->UseManualTime();
+BENCHMARK(BM_ConnectPerCall)->UseManualTime();
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  BenchCluster cluster;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}
