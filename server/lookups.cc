@@ -1,9 +1,10 @@
 #include "server/lookups.h"
 
-#include <array>
 #include <cstring>
 #include <string>
+#include <vector>
 
+#include "timing/time_base.h"
 #include "tovak/param_set.h"
 #include "tovak/tovak.h"
 
@@ -12,17 +13,16 @@ namespace {
 
 // A text output buffer. It starts filled with a byte other than NUL, so the
 // lookup wrote it exactly when it now holds a NUL (every written text ends
-// with one). The last byte stays a guard that no text of the database
-// reaches.
+// with one).
 class TextOut {
  public:
-  TextOut() { buffer_.fill('\xff'); }
+  TextOut() : buffer_(kTextBufferSize, '\xff') {}
   char* data() { return buffer_.data(); }
   bool written() const { return std::memchr(buffer_.data(), '\0', buffer_.size()) != nullptr; }
   std::string text() const { return std::string(buffer_.data()); }
 
  private:
-  std::array<char, kTextBufferSize> buffer_;
+  std::vector<char> buffer_;
 };
 
 // Sets a reply's text field through set when the lookup wrote out.
@@ -59,54 +59,9 @@ const char* Text(bool present, const std::string& value) {
   return present ? value.c_str() : nullptr;
 }
 
-struct LinkTexts {
-  const char* type;
-  const char* host;
-  const char* module;
-  const char* output;
-};
-
-LinkTexts Link(const v1::DTSLink& link) {
+DtsOutput Output(const v1::DTSLink& link) {
   return {Text(link.has_dts_type(), link.dts_type()), Text(link.has_dts_host(), link.dts_host()),
           Text(link.has_module(), link.module()), Text(link.has_output(), link.output())};
-}
-
-// The V1 time base: sampling cycle, then the first sample of the record,
-// moved by the samples skipped before the last wanted one.
-struct TimeBase {
-  int status;
-  int64_t period;
-  int64_t delay;
-};
-
-TimeBase ComputeTimeBase(const char* server, const v1::DTSdatax2Request& request,
-                         int* sampInterval) {
-  const LinkTexts clock = Link(request.clock());
-  const LinkTexts trigger = Link(request.trigger());
-  const unsigned short subShot = static_cast<unsigned short>(request.sub_shot());
-  int64_t period = TOVAK_TIME_UNKNOWN, clockStart = TOVAK_TIME_UNKNOWN;
-  int64_t triggerTime = TOVAK_TIME_UNKNOWN, clockCycle = TOVAK_TIME_UNKNOWN;
-  int status = tovakSamplingCycle(
-      server, clock.type, clock.host, clock.module, clock.output, trigger.type, trigger.host,
-      trigger.module, trigger.output, sampInterval, request.shot(), subShot,
-      Text(request.has_clock_source(), request.clock_source()),
-      Text(request.has_internal_clock(), request.internal_clock()),
-      Text(request.has_cycle_multiplier(), request.cycle_multiplier()), &period, &clockStart,
-      &triggerTime, &clockCycle);
-  if (status != 0) return {status, 0, 0};
-  int64_t delay = TOVAK_TIME_UNKNOWN;
-  status = tovakSampling0Timing(server, false, trigger.type, trigger.host, trigger.module,
-                                trigger.output, request.shot(), subShot,
-                                Text(request.has_clock_source(), request.clock_source()),
-                                Text(request.has_pre_sample(), request.pre_sample()), period,
-                                clockStart, &triggerTime, &delay);
-  if (status != 0) return {status, 0, 0};
-  const int64_t skipped = request.last_sample() - request.sample_count();
-  if (request.last_sample() > 0 && skipped > 0) {
-    delay = static_cast<int64_t>(static_cast<uint64_t>(delay) +
-                                 static_cast<uint64_t>(skipped) * static_cast<uint64_t>(period));
-  }
-  return {0, period, delay};
 }
 
 }  // namespace
@@ -168,15 +123,15 @@ void AnswerDTSinfoCLK(const char* server, const v1::DTSinfoCLKRequest& q,
 
 void AnswerSamplingCycle(const char* server, const v1::SamplingCycleRequest& q,
                          v1::SamplingCycleReply* r) {
-  const LinkTexts clock = Link(q.clock());
-  const LinkTexts trigger = Link(q.trigger());
+  const DtsOutput clock = Output(q.clock());
+  const DtsOutput trigger = Output(q.trigger());
   NumberOut<int> sampInterval(true, q.samp_interval());
   NumberOut<int64_t> period(q.has_samp_period(), q.samp_period());
   NumberOut<int64_t> clockStart(q.has_clock_start(), q.clock_start());
   NumberOut<int64_t> triggerTime(q.has_trigger_time(), q.trigger_time());
   NumberOut<int64_t> clockCycle(q.has_clock_cycle(), q.clock_cycle());
   r->set_status(tovakSamplingCycle(
-      server, clock.type, clock.host, clock.module, clock.output, trigger.type, trigger.host,
+      server, clock.dtsType, clock.dtsHost, clock.module, clock.output, trigger.dtsType, trigger.dtsHost,
       trigger.module, trigger.output, sampInterval.ptr(), q.shot(),
       static_cast<unsigned short>(q.sub_shot()), Text(q.has_clock_source(), q.clock_source()),
       Text(q.has_internal_clock(), q.internal_clock()),
@@ -191,11 +146,11 @@ void AnswerSamplingCycle(const char* server, const v1::SamplingCycleRequest& q,
 
 void AnswerSampling0Timing(const char* server, const v1::Sampling0TimingRequest& q,
                            v1::Sampling0TimingReply* r) {
-  const LinkTexts trigger = Link(q.trigger());
+  const DtsOutput trigger = Output(q.trigger());
   NumberOut<int64_t> triggerTime(true, q.trigger_time());
   NumberOut<int64_t> firstSample(q.has_first_sample_time(), q.first_sample_time());
   r->set_status(tovakSampling0Timing(
-      server, q.from_clock_start(), trigger.type, trigger.host, trigger.module, trigger.output,
+      server, q.from_clock_start(), trigger.dtsType, trigger.dtsHost, trigger.module, trigger.output,
       q.shot(), static_cast<unsigned short>(q.sub_shot()),
       Text(q.has_clock_source(), q.clock_source()), Text(q.has_pre_sample(), q.pre_sample()),
       q.samp_period(), q.clock_start(), triggerTime.ptr(), firstSample.ptr()));
@@ -204,13 +159,25 @@ void AnswerSampling0Timing(const char* server, const v1::Sampling0TimingRequest&
 }
 
 void AnswerDTSdatax2(const char* server, const v1::DTSdatax2Request& q, v1::DTSdatax2Reply* r) {
+  TimeBaseRequest request;
+  request.server = server;
+  request.trigger = Output(q.trigger());
+  request.clock = Output(q.clock());
+  request.sampleCount = q.sample_count();
+  request.shot = q.shot();
+  request.subShot = static_cast<unsigned short>(q.sub_shot());
+  request.clockSource = Text(q.has_clock_source(), q.clock_source());
+  request.internalClock = Text(q.has_internal_clock(), q.internal_clock());
+  request.cycleMultiplier = Text(q.has_cycle_multiplier(), q.cycle_multiplier());
+  request.preSample = Text(q.has_pre_sample(), q.pre_sample());
+  request.lastSample = q.last_sample();
   int sampInterval = q.samp_interval();
-  const TimeBase base = ComputeTimeBase(server, q, &sampInterval);
-  r->set_status(base.status);
-  if (base.status != 0) return;
+  int64_t period = 0, delay = 0;
+  r->set_status(ComputeTimeBase(request, &sampInterval, &period, &delay));
+  if (r->status() != 0) return;
   r->set_samp_interval(sampInterval);
-  r->set_samp_period(base.period);
-  r->set_delay(base.delay);
+  r->set_samp_period(period);
+  r->set_delay(delay);
 }
 
 void AnswerDTSParameters(const char* server, const v1::DTSParametersRequest& q,

@@ -19,8 +19,10 @@ namespace tovak::server {
 
 namespace v1 = ::tovak::remote::v1;
 
-// Size of the buffers the lookups write their texts into.
-inline constexpr size_t kTextBufferSize = 4096;
+// Size of the buffers the lookups write their texts into. The lookups copy
+// database texts whole, as they do for any caller: no text of the index
+// database that a lookup hands out may be longer than kTextBufferSize - 1.
+inline constexpr size_t kTextBufferSize = 16384;
 
 void AnswerDTSinfox(const char* indexServer, const v1::DTSinfoxRequest& request,
                     v1::DTSinfoxReply* reply);
