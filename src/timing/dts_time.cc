@@ -12,7 +12,6 @@ namespace {
 constexpr int32_t kCOutputOffset = 6;
 // A prefixed name carries its number from the fourth character on.
 constexpr size_t kPrefixLength = 3;
-constexpr int64_t kPicosecondsPerSecond = 1000000000000;
 
 }  // namespace
 

@@ -23,12 +23,13 @@
 namespace tovak {
 
 constexpr int64_t kPicosecondsPerNanosecond = 1000;
+constexpr int64_t kPicosecondsPerSecond = 1000000000000;
 // The clock cycle of a clock output numbered 0 or named "CLK_OUT": 100 ns.
 constexpr int64_t kDefaultClockCycle = 100000;
 // Seconds from the origin of the DTS counts to the timing system's zero.
 constexpr int64_t kDtsOriginSeconds = 120;
 // "CLK_OUT" runs from the origin of the DTS counts.
-constexpr int64_t kDtsOriginPicoseconds = -kDtsOriginSeconds * 1000000000000;
+constexpr int64_t kDtsOriginPicoseconds = -kDtsOriginSeconds * kPicosecondsPerSecond;
 
 // The number of the DTS output a name selects. A name that begins with
 // outputLetter ("D" for a clock output, "T" for a trigger output) carries

@@ -15,7 +15,6 @@
 namespace tovak {
 namespace {
 
-constexpr int64_t kPicosecondsPerSecond = 1000000000000;
 constexpr double kNanosecondsPerSecond = 1000000000.0;
 
 // The digitizer's own clock. The setting is a frequency in hertz

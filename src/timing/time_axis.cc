@@ -82,7 +82,7 @@ template <int kBytes, int kChains, class Out>
   for (; j + kStride <= length; j += kStride) {
     if constexpr (sizeof(Out) == sizeof(double)) {
       for (int c = 0; c < kChains; ++c) {
-        const typename V::Doubles seconds = sums[c] / kPicosecondsPerSecond;
+        const typename V::Doubles seconds = sums[c] / kPicosecondsPerSecondDouble;
         std::memcpy(out + j + c * kLanes, &seconds, sizeof seconds);
         sums[c] += stride;
       }
@@ -109,7 +109,7 @@ template <int kBytes, int kChains, class Out>
   for (; j < length; ++j) {
     const double picoseconds = start + static_cast<double>(j) * period;
     if constexpr (sizeof(Out) == sizeof(double)) {
-      out[j] = picoseconds / kPicosecondsPerSecond;
+      out[j] = picoseconds / kPicosecondsPerSecondDouble;
     } else {
       out[j] = static_cast<float>(picoseconds) / kPicosecondsPerSecondFloat;
     }

@@ -12,11 +12,11 @@
 
 namespace tovak {
 
-constexpr double kPicosecondsPerSecond = 1e12;
-constexpr float kPicosecondsPerSecondFloat = static_cast<float>(kPicosecondsPerSecond);
+constexpr double kPicosecondsPerSecondDouble = 1e12;
+constexpr float kPicosecondsPerSecondFloat = static_cast<float>(kPicosecondsPerSecondDouble);
 
 inline double SecondsDouble(int64_t picoseconds) {
-  return static_cast<double>(picoseconds) / kPicosecondsPerSecond;
+  return static_cast<double>(picoseconds) / kPicosecondsPerSecondDouble;
 }
 
 inline float SecondsFloat(int64_t picoseconds) {
