@@ -7,11 +7,25 @@
 #include <cstring>
 #include <string>
 
+#include "remote/file_text.h"
 #include "server/authorizer.h"
 #include "server/server_config.h"
 #include "server/supervisor.h"
 
 namespace {
+
+// The TLS files must be readable before any worker starts.
+bool TlsFilesReadable(const tovak::server::ServerConfig& config, std::string* error) {
+  if (!config.tls()) return true;
+  std::string content;
+  for (const std::string* file : {&config.tlsCertificateFile, &config.tlsKeyFile}) {
+    if (!tovak::remote::ReadWholeFile(*file, &content)) {
+      *error = "cannot read " + *file;
+      return false;
+    }
+  }
+  return true;
+}
 
 int Usage() {
   std::fprintf(stderr, "usage: tovak-server --config FILE [--port-file FILE] [--check]\n");
@@ -41,7 +55,7 @@ int main(int argc, char** argv) {
   std::string error;
   tovak::server::Authorizer keys;
   if (!tovak::server::LoadServerConfig(configFile, &config, &error) ||
-      !keys.Load(config, &error)) {
+      !keys.Load(config, &error) || !TlsFilesReadable(config, &error)) {
     std::fprintf(stderr, "tovak-server: bad configuration: %s\n", error.c_str());
     return 1;
   }

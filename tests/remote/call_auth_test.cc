@@ -179,14 +179,5 @@ TEST_F(CallAuthTest, AnonymousCallersFollowThePolicy) {
   EXPECT_EQ(open.Check(bare, "m", "ubo", now), Verdict::kUnauthenticated);
 }
 
-TEST_F(CallAuthTest, LoadingNamesTheUserWhoseKeyIsUnusable) {
-  ServerConfig config;
-  config.userKeyFiles = {{"alice", alice_->publicFile}, {"dave", dir_->File("dave.pub")}};
-  Authorizer authorizer;
-  std::string error;
-  EXPECT_FALSE(authorizer.Load(config, &error));
-  EXPECT_NE(error.find("user.dave"), std::string::npos) << error;
-}
-
 }  // namespace
 }  // namespace tovak

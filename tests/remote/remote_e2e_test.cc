@@ -221,19 +221,24 @@ TEST_F(RemoteTest, ClientRefusesAddressesItCannotUse) {
 }
 
 TEST_F(RemoteTest, BadConfigurationsStopTheServerWithAMessage) {
-  WriteFile(dir_.File("bad.conf"), "listen = 127.0.0.1:0\nsite.ubo.index = /ubo\n");
-  const std::string command = std::string(TOVAK_SERVER_BINARY) + " --config " +
-                              dir_.File("bad.conf") + " 2> " + dir_.File("bad.err");
-  const int status = std::system(command.c_str());
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) != 0);
-  EXPECT_NE(ReadFile(dir_.File("bad.err")).find("bad configuration"), std::string::npos)
-      << ReadFile(dir_.File("bad.err"));
-  WriteFile(dir_.File("keys.conf"), ServerConfigText(0, 1, "user.alice = /nonexistent.pub\n"));
-  const int keys = std::system((std::string(TOVAK_SERVER_BINARY) + " --config " +
-                                dir_.File("keys.conf") + " 2> " + dir_.File("keys.err"))
-                                   .c_str());
-  EXPECT_TRUE(WIFEXITED(keys) && WEXITSTATUS(keys) != 0);
-  EXPECT_NE(ReadFile(dir_.File("keys.err")).find("user.alice"), std::string::npos);
+  const struct {
+    std::string config, named;
+  } cases[] = {
+      {"listen = 127.0.0.1:0\nsite.ubo.index = /ubo\n", "nobody"},
+      {ServerConfigText(0, 1, "user.alice = /nonexistent.pub\n"), "user.alice"},
+      {ServerConfigText(0, 1, "anonymous = allow\ntls_certificate = /no.crt\ntls_key = /no.key\n"),
+       "/no.crt"},
+  };
+  for (const auto& c : cases) {
+    WriteFile(dir_.File("bad.conf"), c.config);
+    const int status = std::system((std::string(TOVAK_SERVER_BINARY) + " --config " +
+                                    dir_.File("bad.conf") + " 2> " + dir_.File("bad.err"))
+                                       .c_str());
+    const std::string message = ReadFile(dir_.File("bad.err"));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << c.config;
+    EXPECT_NE(message.find("bad configuration"), std::string::npos) << message;
+    EXPECT_NE(message.find(c.named), std::string::npos) << message;
+  }
 }
 
 }  // namespace

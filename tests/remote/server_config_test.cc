@@ -77,13 +77,6 @@ TEST(ServerConfigTest, RefusesUnusableConfigurationsWithAReason) {
   }
 }
 
-TEST(ServerConfigTest, MissingFileIsNamed) {
-  ServerConfig config;
-  std::string error;
-  EXPECT_FALSE(LoadServerConfig("/nonexistent/tovak-server.conf", &config, &error));
-  EXPECT_NE(error.find("/nonexistent/tovak-server.conf"), std::string::npos);
-}
-
 TEST(RequestLogTest, CallerTextsCannotBreakTheLineIntoOtherFields) {
   EXPECT_EQ(Printable("alice"), "alice");
   EXPECT_EQ(Printable(""), "-");
