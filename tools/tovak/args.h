@@ -27,7 +27,7 @@ struct OptionSpec {
 class Args {
  public:
   // Splits argv (without the program name) into positionals and options.
-  // Options not in spec are refused.
+  // Options the command does not take are refused.
   static Args Parse(const std::vector<std::string>& argv, const OptionSpec& spec);
 
   const std::vector<std::string>& positionals() const { return positionals_; }
