@@ -1,13 +1,16 @@
 #include "remote/grpc_client.h"
 
+#include <grpc/support/log.h>
 #include <grpcpp/create_channel.h>
 #include <grpcpp/security/credentials.h>
 #include <grpcpp/support/channel_arguments.h>
 
+#include <cstdio>
 #include <ctime>
 
 #include "remote/call_auth.h"
 #include "remote/status_map.h"
+#include "tovak/tovak.h"
 
 namespace tovak::remote {
 namespace {
@@ -15,6 +18,17 @@ namespace {
 // After a lost connection gRPC retries in the background; keep its pauses
 // short so that a restarted server is found again quickly.
 constexpr int kMaxReconnectBackoffMs = 1000;
+
+// gRPC's own messages follow the library's rule for messages: standard
+// error, and only while the verbose switch is on.
+void LogWhileVerbose(gpr_log_func_args* args) {
+  if (is_verbose()) std::fprintf(stderr, "tovak: grpc: %s\n", args->message);
+}
+
+void RouteGrpcMessages() {
+  static const bool routed = (gpr_set_log_function(&LogWhileVerbose), true);
+  (void)routed;
+}
 
 std::string Target(const char* host, int port) {
   const std::string name = host;
@@ -94,6 +108,7 @@ int GrpcDataClient::Connect(const char* host, int port) {
   if (host == nullptr || *host == '\0' || port <= 0 || port > 65535) {
     return TOVAK_E_REMOTE_ADDRESS;
   }
+  RouteGrpcMessages();
   const ClientOptions options = ReadClientOptions();
   deadline_ = options.deadline;
   if (const int status = RefreshCredentials(); status != 0) return status;
