@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -77,6 +78,8 @@ struct Address {
   std::string site;     // expected SelectSite site
   int tls;              // expected flag, the client starting at 5
 };
+
+void PrintTo(const Address& address, std::ostream* out) { *out << '"' << address.text << '"'; }
 
 class ClientAddressTest : public CompanionTest,
                           public ::testing::WithParamInterface<Address> {};
