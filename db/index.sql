@@ -6,8 +6,9 @@
 -- first_shot on, up to and including last_shot when that is set. Of the rows
 -- whose range holds a shot, the one with the latest first_shot applies. A row
 -- with a sub_shot applies to that sub-shot only and wins over a row without
--- one (sub_shot null), which applies to every sub-shot. The *_at functions
--- below apply this rule; the library reads only through them.
+-- one (sub_shot null), which applies to every sub-shot. The functions
+-- dts_link_for and *_at below apply this rule; the library reads only
+-- through them.
 --
 -- Run as the cluster's superuser in the database "index".
 
@@ -119,6 +120,15 @@ CREATE TABLE dmod_channel (
   UNIQUE NULLS NOT DISTINCT (key1, key2, channel, first_shot, sub_shot)
 );
 
+-- Rows in the order of preference of the shot rule, so that picking the
+-- applying row needs no sort.
+CREATE INDEX dts_link_preference
+  ON dts_link (diag_id, ch_key1, ch_key2, (sub_shot IS NULL), first_shot DESC);
+CREATE INDEX dts_output_preference
+  ON dts_output (dts_id, module, channel, (sub_shot IS NULL), first_shot DESC);
+CREATE INDEX dmod_channel_preference
+  ON dmod_channel (key1, key2, channel, (sub_shot IS NULL), first_shot DESC);
+
 -- True when a row's shot range and sub-shot hold the shot and sub-shot.
 CREATE FUNCTION holds(first_shot bigint, last_shot bigint, row_sub integer,
                       shot bigint, sub integer) RETURNS boolean
@@ -126,13 +136,18 @@ CREATE FUNCTION holds(first_shot bigint, last_shot bigint, row_sub integer,
   RETURN first_shot <= shot AND (last_shot IS NULL OR shot <= last_shot)
          AND (row_sub IS NULL OR row_sub = sub);
 
-CREATE FUNCTION dts_link_at(shot bigint, sub integer) RETURNS SETOF dts_link
+-- The link of one channel: a single row, found in the index order below
+-- without sorting.
+CREATE FUNCTION dts_link_for(diag integer, shot bigint, sub integer,
+                             key1 integer, key2 integer) RETURNS SETOF dts_link
   LANGUAGE sql STABLE PARALLEL SAFE
   BEGIN ATOMIC
-    SELECT DISTINCT ON (l.diag_id, l.ch_key1, l.ch_key2) l.*
+    SELECT l.*
       FROM dts_link l
-     WHERE holds(l.first_shot, l.last_shot, l.sub_shot, shot, sub)
-     ORDER BY l.diag_id, l.ch_key1, l.ch_key2, l.sub_shot IS NULL, l.first_shot DESC;
+     WHERE l.diag_id = diag AND l.ch_key1 = key1 AND l.ch_key2 = key2
+       AND holds(l.first_shot, l.last_shot, l.sub_shot, shot, sub)
+     ORDER BY l.sub_shot IS NULL, l.first_shot DESC
+     LIMIT 1;
   END;
 
 CREATE FUNCTION dts_output_at(shot bigint, sub integer) RETURNS SETOF dts_output

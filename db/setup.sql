@@ -21,6 +21,9 @@ CREATE TABLE dmod_use (
   UNIQUE NULLS NOT DISTINCT (site, diag, position, first_shot, sub_shot)
 );
 
+CREATE INDEX dmod_use_preference
+  ON dmod_use (site, diag, position, (sub_shot IS NULL), first_shot DESC);
+
 CREATE FUNCTION dmod_use_at(shot bigint, sub integer) RETURNS SETOF dmod_use
   LANGUAGE sql STABLE PARALLEL SAFE
   BEGIN ATOMIC

@@ -20,7 +20,7 @@ constexpr Statement kLink = {
     "tovak_dts_link",
     "SELECT dts_kind, trigger_unit, trigger_module, clock_output, trigger_output,"
     " ext_clock, clock_source, int_clock, record_length, options"
-    " FROM dts_link_at($2, $3) WHERE diag_id = $1 AND ch_key1 = $4 AND ch_key2 = $5"};
+    " FROM dts_link_for($1, $2, $3, $4, $5)"};
 constexpr Statement kParameters = {
     "tovak_dts_parameters",
     "SELECT delay, dvd_range, dvd_magnification, pulse_width, repetition_count,"
