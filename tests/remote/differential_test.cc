@@ -127,7 +127,8 @@ TEST_P(DifferentialTest, RemoteAnswersAsDirectAccess) {
   // one of failures only.
   for (const char* op : {"tovakGetDTSinfox", "tovakGetDTSinfoCLK", "tovakSamplingCycle",
                          "tovakSampling0Timing", "tovakGetDTSdatax2_ex", "getDTSParameters",
-                         "tovakGetDTSParameters_s", "tovakGetDTSParametersCount"}) {
+                         "tovakGetDTSParameters_s", "tovakGetDTSParameters",
+                         "tovakGetDTSParameters2", "tovakGetDTSParametersCount"}) {
     EXPECT_GT(successes[op], 0) << op << " never succeeded for site " << site;
   }
   EXPECT_EQ(server.Stop(), 0);

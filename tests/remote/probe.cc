@@ -39,20 +39,26 @@ struct Buffer {
   char bytes[kBufferSize];
   Buffer() { std::memset(bytes, kPattern, sizeof bytes); }
   char* data() { return bytes; }
-  // Text up to the first NUL (escaped, at most 400 bytes) and an FNV-1a
-  // digest of every byte.
-  std::string Describe() const {
-    uint64_t digest = 1469598103934665603ull;
-    for (char c : bytes) digest = (digest ^ static_cast<unsigned char>(c)) * 1099511628211ull;
-    const void* nul = std::memchr(bytes, 0, sizeof bytes);
-    const size_t length = nul ? static_cast<const char*>(nul) - bytes : 0;
-    std::string text = nul ? "\"" + Escaped(std::string(bytes, length < 400 ? length : 400)) + "\""
-                           : "<unterminated";
-    char tail[32];
-    std::snprintf(tail, sizeof tail, "#%016" PRIx64, digest);
-    return text + tail;
-  }
+  std::string Describe() const;
 };
+
+// Text up to the first NUL (escaped, at most 400 bytes) and an FNV-1a
+// digest of every byte.
+std::string DescribeBytes(const char* bytes, size_t size) {
+  uint64_t digest = 1469598103934665603ull;
+  for (size_t i = 0; i < size; ++i) {
+    digest = (digest ^ static_cast<unsigned char>(bytes[i])) * 1099511628211ull;
+  }
+  const void* nul = std::memchr(bytes, 0, size);
+  const size_t length = nul ? static_cast<const char*>(nul) - bytes : 0;
+  std::string text = nul ? "\"" + Escaped(std::string(bytes, length < 400 ? length : 400)) + "\""
+                         : "<unterminated";
+  char tail[32];
+  std::snprintf(tail, sizeof tail, "#%016" PRIx64, digest);
+  return text + tail;
+}
+
+std::string Buffer::Describe() const { return DescribeBytes(bytes, sizeof bytes); }
 
 std::string Quote(const char* text) { return text ? "'" + std::string(text) + "'" : "null"; }
 
@@ -277,6 +283,40 @@ void ProbeTiming(const char* server, const std::vector<Timing>& cases) {
   }
 }
 
+// The buffer exports of one channel: flat with sizes, pointer arrays, and
+// the fixed layout. All buffers and tags are reported by their digest.
+void ProbeExports(const char* server, const std::string& where, const char* unit,
+                  const char* module, unsigned shot, unsigned short sub, unsigned short channel) {
+  struct Records {
+    char names[24][64];
+    char values[24][128];
+    int tags[24];
+    Records() { std::memset(this, kPattern, sizeof *this); }
+    std::string Describe() const {
+      return "\tbuffers=" + DescribeBytes(reinterpret_cast<const char*>(this), sizeof *this);
+    }
+  };
+  const std::string call = where + "," + std::to_string(channel) + ")";
+  Records flat;
+  int status = tovakGetDTSParameters_s(server, unit, module, shot, sub, channel, 24, flat.names,
+                                       64, flat.values, 128, flat.tags, true);
+  Line("tovakGetDTSParameters_s" + call, status, flat.Describe());
+  Records pointed;
+  char* names[24];
+  char* values[24];
+  for (int i = 0; i < 24; ++i) {
+    names[i] = pointed.names[i];
+    values[i] = pointed.values[i];
+  }
+  status = tovakGetDTSParameters(server, unit, module, shot, sub, channel, 24, names, values,
+                                 pointed.tags, false);
+  Line("tovakGetDTSParameters" + call, status, pointed.Describe());
+  Records fixed;
+  status = tovakGetDTSParameters2(server, unit, module, shot, sub, channel, 24, fixed.names,
+                                  fixed.values, fixed.tags);
+  Line("tovakGetDTSParameters2" + call, status, fixed.Describe());
+}
+
 void ProbeParameters(const char* server) {
   const char* units[] = {"fdts01", "vdts01", "cdts01", "odd'unit;\\", "lower", "nosuchunit"};
   const char* modules[] = {"DMODSS0", "DMOD0", "DMOD1", "DMODSS12", "dmodss", "DMOD9"};
@@ -295,21 +335,7 @@ void ProbeParameters(const char* server) {
                 getDTSParameters(server, unit, module, shot, sub, channel, params);
             Line("getDTSParameters" + where + "," + std::to_string(channel) + ")", status,
                  "\tlist=" + Escaped(params.GetString()));
-            if (channel == 1 || channel == 9) {
-              char names[24][32], values[24][48];
-              int tags[24];
-              std::memset(names, kPattern, sizeof names);
-              std::memset(values, kPattern, sizeof values);
-              std::memset(tags, kPattern, sizeof tags);
-              const int flat = tovakGetDTSParameters_s(server, unit, module, shot, sub, channel,
-                                                       24, names, 32, values, 48, tags, true);
-              Buffer digest;
-              std::memcpy(digest.bytes, names, sizeof names);
-              std::memcpy(digest.bytes + sizeof names, values, sizeof values);
-              std::memcpy(digest.bytes + sizeof names + sizeof values, tags, sizeof tags);
-              Line("tovakGetDTSParameters_s" + where + "," + std::to_string(channel) + ")", flat,
-                   Txt("buffers", digest));
-            }
+            if (channel == 1 || channel == 9) ProbeExports(server, where, unit, module, shot, sub, channel);
           }
           const int ranges[][2] = {{1, 8}, {0, 0}, {8, 1}, {-1, 3}, {1, 99}, {3, 3}};
           for (const auto& range : ranges) {
