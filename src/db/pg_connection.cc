@@ -47,14 +47,20 @@ int PgConnection::Open() {
   const std::string timeout = std::to_string(ConnectTimeoutSeconds());
   // Keyword/value pairs, never a connection string built from the caller's
   // texts; expand_dbname stays off so a database name is only a name. Empty
-  // values fall back to libpq's defaults (an empty host: PGHOST).
-  const char* const keywords[] = {"host",     "port",            "dbname",
-                                  "user",     "password",        "connect_timeout",
-                                  "application_name", nullptr};
-  const char* const values[] = {params_.host.c_str(), params_.port.c_str(),
+  // values fall back to libpq's defaults (an empty host: PGHOST). Over TCP,
+  // keepalives and the user timeout end a wait on a peer that went away.
+  const char* const keywords[] = {"host",             "port",
+                                  "dbname",           "user",
+                                  "password",         "connect_timeout",
+                                  "application_name", "keepalives_idle",
+                                  "keepalives_interval", "keepalives_count",
+                                  "tcp_user_timeout", nullptr};
+  const char* const values[] = {params_.host.c_str(),     params_.port.c_str(),
                                 params_.database.c_str(), params_.user.c_str(),
                                 params_.password.c_str(), timeout.c_str(),
-                                "tovak", nullptr};
+                                "tovak",                  "30",
+                                "10",                     "3",
+                                "60000",                  nullptr};
   conn_.reset(PQconnectdbParams(keywords, values, 0));
   if (conn_ == nullptr || PQstatus(conn_.get()) != CONNECTION_OK) {
     Disconnect();
