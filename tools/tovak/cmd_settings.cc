@@ -26,8 +26,11 @@ struct Owned {
   ~Owned() { delete[] data; }
 };
 
-const std::vector<std::string> kChannelColumns = {"column0", "column1", "column2", "column3",
-                                                  "column4", "column5", "column6", "column7"};
+// The eight channel-settings columns as the index database defines them
+// (docs/database.md).
+const std::vector<std::string> kChannelColumns = {"channel",     "range_V",  "offset_V",
+                                                  "clock_Hz",    "pre_samples", "samples",
+                                                  "clock_count", "mode_flag"};
 
 std::vector<Value> ChannelRow(const DTSchSettings& c) {
   return {int64_t{c.column0}, c.column1, c.column2, c.column3,
@@ -68,14 +71,13 @@ void RunSettings(const Args& args, const std::string& server, Report& report) {
         tovakGetDTSsettings(SetupServer(args).c_str(), server.c_str(),
                             args.Positional(0, "DIAG").c_str(), ShotArg(args, 1),
                             SubShotArg(args, 2), &settings.data, &settings.count, 1));
-  std::vector<std::string> columns = {"key1", "key2", "channel"};
+  std::vector<std::string> columns = {"key1", "key2"};
   columns.insert(columns.end(), kChannelColumns.begin(), kChannelColumns.end());
   Table table{"channels", columns, {}};
   for (int m = 0; m < settings.count; ++m) {
     const DTSsettings& s = settings.data[m];
     for (int c = 0; c < s.chCount; ++c) {
-      std::vector<Value> row = {std::string(s.module.key1), std::string(s.module.key2),
-                                int64_t{c + 1}};
+      std::vector<Value> row = {std::string(s.module.key1), std::string(s.module.key2)};
       for (Value& v : ChannelRow(s.chSettings[c])) row.push_back(std::move(v));
       table.rows.push_back(std::move(row));
     }
