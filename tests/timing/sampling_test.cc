@@ -1,234 +1,251 @@
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdint>
+#include <sstream>
 #include <string>
 #include <tuple>
+#include <type_traits>
 #include <vector>
 
 #include "doubles/companions.h"
-#include "timing/scripting.h"
+#include "timing/time_base.h"
 #include "tovak/tovak.h"
 
 namespace tovak::testing {
 namespace {
 
-using Log = std::vector<std::string>;
+using ::testing::internal::CaptureStderr, ::testing::internal::GetCapturedStderr;
+using ::testing::internal::CaptureStdout, ::testing::internal::GetCapturedStdout;
+constexpr int64_t U = -777, K = TOVAK_TIME_UNKNOWN;  // U: a value no step writes
+
+// The texts and numbers among a remote operation's arguments, each followed by ",".
+template <class... A>
+std::string Join(const A&... a) {
+  std::ostringstream out;
+  ([&] { if constexpr (!std::is_pointer_v<A> || std::is_same_v<A, const char*>) out << +a << ','; }(), ...);
+  return out.str();
+}
 
 struct Cycle {  // one call of tovakSamplingCycle
-  const char *source = "External", *internalClock = "", *multiplier = "";
-  const char *clkModule = "DMOD01", *clkOutput = "DCK2";
-  const char *trgHost = "dts1", *trgModule = "DMOD01", *trgOutput = "TRG3";
+  const char *source = "External", *internalClock = "", *multiplier = "", *clkModule = "DMOD01";
+  const char *clkOutput = "DCK2", *trgType = "FPGA-DTS", *trgHost = "dts1", *trgModule = "DMOD01";
+  const char* trgOutput = "TRG3";
   int interval = 7;
-  int64_t period = kUntouched, start = kUntouched, trigger = kUntouched, cycle = kUntouched;
+  int64_t period = U, start = U, trigger = U, cycle = U;
   int Run() {
-    return tovakSamplingCycle("db", "FPGA-DTS", "dts1", clkModule, clkOutput, "FPGA-DTS",
-                              trgHost, trgModule, trgOutput, &interval, 1234, 2, source,
-                              internalClock, multiplier, &period, &start, &trigger, &cycle);
+    return tovakSamplingCycle("db", "FPGA-DTS", "dts1", clkModule, clkOutput, trgType, trgHost, trgModule,
+                              trgOutput, &interval, 1234, 2, source, internalClock, multiplier, &period,
+                              &start, &trigger, &cycle);
   }
 };
 
 struct FirstSample {  // one call of tovakSampling0Timing or its remote form
   bool fromClockStart = false;
-  const char *module = "DMOD01", *output = "TRG3", *source = "Internal";
-  int64_t period = 100000, clockStart = kUntouched, trigger = 0, first = kUntouched;
+  const char *source = "Internal", *module = "DMOD01", *output = "TRG3";
+  int64_t period = 100000, clockStart = U, trigger = 0, first = U;
   int Run(decltype(&tovakSampling0Timing) fn = &tovakSampling0Timing) {
-    return fn("db", fromClockStart, "VME-DTS", "dts1", module, output, 1234, 2, source, "10",
-              period, clockStart, &trigger, &first);
+    return fn("db", fromClockStart, "VME-DTS", "dts1", module, output, 1234, 2, source, "10", period,
+              clockStart, &trigger, &first);
   }
 };
+
+// One output's row: delay count, period factors, base rate, second and third delay.
+std::vector<std::string> Row(int delay, int f1, int f2, int rate, int d2 = 0, int d3 = 0) {
+  auto s = [](int v) { return std::to_string(v); };
+  return {s(delay), s(f1), s(f2), "0", "0", s(rate), s(d2), s(d3)};
+}
+
+// The index database: eight outputs at 10 MHz (output n starts 10 n ticks
+// after time zero, 10 n + 7 on "DMODSS" modules, with a 10 n ns period), or
+// a fault. kOdd: a 6 Hz tick (166666666666.67 ps, truncated) and a tick sum
+// that wraps in 32 bits.
+enum Db { kGood, kFiveRows, kNoRate, kNotFound, kNoHost, kNoOpen, kOdd };
+void ScriptModule(Db db) {
+  Table table;
+  for (int n = 1; n <= (db == kFiveRows ? 5 : 8); ++n) table.rows.push_back(Row(1199999995 + 10 * n, 10, n, 10000000, 5, 7));
+  if (db == kNoRate) table.rows[1][5] = table.rows[2][5] = "0";
+  if (db == kNotFound) table = Table{-2, {}};
+  if (db == kOdd) table.rows = {Row(721, 65536, 65536, 6), Row(INT_MAX, 1, 1, 1000000, 1)};
+  IndexDb().hostId = [db](const std::string&) { return db == kNoHost ? -3 : 41; };
+  IndexDb().dtsParameters = [table](unsigned, unsigned, int, const std::string&) { return table; };
+  IndexDb().openResult = db == kNoOpen ? 1 : 0;
+}
 
 class SamplingTest : public CompanionTest {
  protected:
-  void SetUp() override {
-    CompanionTest::SetUp();
-    setTovakProtocolV1();
+  void SetUp() override { CompanionTest::SetUp(); setTovakProtocolV1(); set_tovak_t_verbose(true); CaptureStderr(); }
+  void TearDown() override {
+    EXPECT_EQ(GetCapturedStderr(), messages);
+    EXPECT_EQ(IndexDb().openCalls, IndexDb().closeCalls);
+    CompanionTest::TearDown();
   }
+  std::string messages;  // expected on standard error
 };
 
 TEST_F(SamplingTest, InternalClock) {
-  const std::string longPeriod = std::string(70, ' ') + "250ns";
-  const struct { const char* text; int64_t cycle; int interval; } cases[] = {
-      {"1000000", 1000000, 1000}, {"30", 33333333333, 33333333}, {"100ns", 100000, 100},
-      {"ns", 0, 7}, {"", 7000, 7}, {"x", 7000, 7}, {longPeriod.c_str(), 250000, 250}};
+  const std::string longText = std::string(70, ' ') + "250ns";
+  const struct { const char *source, *text, *mult; int status; int64_t cycle, period; int interval; } cases[] = {
+      {"Internal", "1000000", "3", 0, 1000000, 3000000, 1000}, {"Internal", "ns", "3", 0, 0, 0, 7},
+      {"Internal", "30", "0", 0, 33333333333, 33333333333, 33333333}, {"Internal", "x", "", 0, 7000, 7000, 7},
+      {"Internal", "100ns", "", 0, 100000, 100000, 100}, {"Internal", "", "2", 0, 7000, 14000, 7},
+      {"Internal", longText.c_str(), "1", 0, 250000, 250000, 250}, {"Internal", "0Hz", "1", -53, U, U, 7},
+      {"internal", "100ns", "", -53, U, U, 7}, {"", "100ns", "", -53, U, U, 7}};
   for (const auto& c : cases) {
-    Cycle call{.source = "Internal", .internalClock = c.text, .multiplier = "3"};
-    EXPECT_EQ(call.Run(), TOVAK_OK);
-    EXPECT_EQ(call.cycle, c.cycle) << c.text;
-    EXPECT_EQ(call.period, 3 * c.cycle) << c.text;
-    EXPECT_EQ(call.interval, c.interval) << c.text;
-    EXPECT_EQ(call.start + call.trigger, 2 * kUntouched);
-  }
-  for (const char* multiplier : {"0", ""}) {
-    Cycle call{.source = "Internal", .internalClock = "100ns", .multiplier = multiplier};
-    call.Run();
-    EXPECT_EQ(call.period, 100000);
-  }
-  // Unusable settings write nothing.
-  for (Cycle call : {Cycle{.source = "Internal", .internalClock = "0Hz"},
-                     Cycle{.source = "internal"}, Cycle{.source = ""}}) {
-    EXPECT_EQ(call.Run(), TOVAK_E_NOT_SUPPORTED);
-    EXPECT_EQ(call.cycle + call.period, 2 * kUntouched);
+    Cycle call{.source = c.source, .internalClock = c.text, .multiplier = c.mult};
+    EXPECT_EQ(call.Run(), c.status) << c.text;
+    EXPECT_EQ(std::tie(call.cycle, call.period, call.interval, call.start, call.trigger),
+              std::make_tuple(c.cycle, c.period, c.interval, U, U)) << c.source << c.text;
   }
   EXPECT_TRUE(IndexDb().setups.empty());
 }
 
-TEST_F(SamplingTest, ExternalClockFromItsRow) {
-  ScriptDts(DtsModule(8));
-  Cycle call{.multiplier = "3"};
-  ASSERT_EQ(call.Run(), TOVAK_OK);
-  EXPECT_EQ(call.cycle, 20 * 1000);  // 10 x 2 ns
-  EXPECT_EQ(call.period, 60000);
-  EXPECT_EQ(call.start, 20 * 100000);
-  EXPECT_EQ(call.trigger, 30 * 100000);  // same module: output 3
-  EXPECT_EQ(call.interval, 7);
-  EXPECT_EQ(IndexDb().log, (Log{"open", "get_DTS_HostID(dts1)",
-                                "get_DTS_parameters(1234,2,41,DMOD01)", "delete", "Close"}));
-
-  Cycle c7{.clkOutput = "CK_1"};  // "C" outputs count from 7
-  ASSERT_EQ(c7.Run(), TOVAK_OK);
-  EXPECT_EQ(c7.cycle, 70 * 1000);
-  Cycle clkOut{.clkOutput = "CLK_OUT"};
-  ASSERT_EQ(clkOut.Run(), TOVAK_OK);
-  EXPECT_EQ(clkOut.start, -120000000000000);
-  EXPECT_EQ(clkOut.cycle, 100000);
-  Cycle zero{.clkOutput = "DCK"};
-  ASSERT_EQ(zero.Run(), TOVAK_OK);
-  EXPECT_EQ(zero.cycle, 100000);
-  EXPECT_EQ(zero.start, kUntouched);
-
-  // The trigger time only comes from an existing row of the same module.
-  for (Cycle other : {Cycle{.trgHost = "dts2"}, Cycle{.trgModule = "DMOD02"},
-                      Cycle{.trgOutput = "TRG9"}, Cycle{.trgOutput = "TRG"}}) {
+TEST_F(SamplingTest, ExternalClockAndTriggerFromTheModuleRows) {
+  const struct { Db db; const char *module, *clk, *trg; int status; int64_t cycle, start, trigger;
+                 const char* message; } cases[] = {
+      {kGood, "dmodss", "DCK2", "TRG3", 0, 20000, 2700000, 3700000, ""},
+      {kGood, "DMODS", "CK_2", "C__1", 0, 80000, 8000000, 7000000, ""},  // "C": from output 7
+      {kGood, "DMOD01", "CLK_OUT", "TRG", 0, 100000, -120000000000000, U, ""},
+      {kGood, "DMOD01", "DCK", "TRG9", 0, 100000, U, U, ""},
+      {kOdd, "DMOD01", "DCK1", "TRG2", 0, 0, 166666666666, (INT_MIN - 120000000LL) * 1000000, ""},
+      {kFiveRows, "DMOD01", "CLK_OUT", "TRG3", -64, U, U, U, ""},  // "CLK_OUT" is output 6
+      {kNoOpen, "DMOD01", "-1", "TRG3", -64, U, U, U, ""},
+      {kNoOpen, "DMOD01", "DCK2", "TRG3", -102, U, U, U, ""},
+      {kNoHost, "DMOD01", "DCK2", "TRG3", -62, U, U, U, "CLK ID(-3) not found for FPGA-DTS:(dts1)\n"},
+      {kNotFound, "DMOD01", "DCK2", "TRG3", -61, U, U, U, "DTS Info not Found [CLK dts1:DMOD01]\n"},
+      {kNoRate, "DMOD01", "DCK2", "TRG3", -61, U, U, U, "DTS Info not Found for Baserate [CLK dts1:DMOD01]\n"}};
+  for (const auto& c : cases) {
+    ScriptModule(c.db);
+    Cycle call{.clkModule = c.module, .clkOutput = c.clk, .trgModule = c.module, .trgOutput = c.trg};
+    EXPECT_EQ(call.Run(), c.status) << c.module << " " << c.clk;
+    EXPECT_EQ(std::tie(call.cycle, call.period, call.start, call.trigger, call.interval),
+              std::make_tuple(c.cycle, c.status ? U : c.cycle, c.start, c.trigger, 7)) << c.module << c.clk;
+    messages += c.message;
+  }
+  EXPECT_EQ(std::vector(IndexDb().log.begin(), IndexDb().log.begin() + 5),
+            (std::vector<std::string>{"open", "get_DTS_HostID(dts1)", "get_DTS_parameters(1234,2,41,dmodss)",
+                                      "delete", "Close"}));
+  ScriptModule(kGood);  // a trigger from another unit or module is not read
+  for (Cycle other : {Cycle{.trgType = "VME-DTS"}, Cycle{.trgHost = "dts2"}, Cycle{.trgModule = "DMOD02"}}) {
     EXPECT_EQ(other.Run(), TOVAK_OK);
-    EXPECT_EQ(other.trigger, kUntouched);
+    EXPECT_EQ(other.trigger, U);
   }
 }
 
-TEST_F(SamplingTest, DmodssClassAddsTheThirdDelay) {
-  ScriptDts(Table{0, {DtsRowOf(1200000000, 1, 1, 10000000, 500, 7)}});
-  for (const char* module : {"DMODSS01", "dmodss", "DMOD01", "DMODS"}) {
-    Cycle call{.clkModule = module, .clkOutput = "DCK1", .trgModule = module, .trgOutput = "1"};
-    FirstSample first{.module = module, .output = "TRG1", .trigger = TOVAK_TIME_UNKNOWN};
-    ASSERT_EQ(call.Run(), TOVAK_OK);
-    ASSERT_EQ(first.Run(), TOVAK_OK);
-    const int64_t expected = (checkFPGA(module) ? 507 : 500) * 100000;
-    EXPECT_EQ(call.start, expected) << module;
-    EXPECT_EQ(call.trigger, expected) << module;
-    EXPECT_EQ(first.trigger, expected) << module;
+TEST_F(SamplingTest, FirstSampleFromTriggerClockStartOrLookup) {
+  const struct { Db db; bool from; const char *source, *module, *output; int64_t period, clockStart, triggerIn;
+                 int status; int64_t trigger, first; const char* message; } cases[] = {
+      {kNoOpen, 0, "Internal", "DMOD01", "TRG3", 100000, 500000, 0, 0, 0, -1000000, ""},
+      {kNoOpen, 0, "External", "DMOD01", "TRG3", 100000, 500000, 0, 0, 400000, -600000, ""},
+      {kNoOpen, 0, "External", "DMOD01", "TRG3", 100000, -500000, 0, 0, 0, -1000000, ""},
+      {kNoOpen, 0, "External", "DMOD01", "TRG3", 100000, 0, 0, 0, 0, -1000000, ""},
+      {kNoOpen, 1, "External", "DMOD01", "TRG3", 100000, 500000, 0, 0, 0, 400000, ""},
+      {kNoOpen, 1, "Internal", "DMOD01", "TRG3", 100000, 500000, 0, -53, 0, U, ""},
+      {kGood, 0, "Internal", "DMOD01", "CH_1", 100000, U, K, 0, 7000000, 6000000, ""},
+      {kGood, 0, "External", "dmodss1", "TRG3", 100000, U, K, 0, 3700000, 2700000, ""},
+      {kGood, 0, "External", "DMOD01", "TRG3", 0, U, K, -70, K, U, ""},
+      {kNoOpen, 0, "Internal", "DMOD01", "TRG", 100000, U, K, -63, K, U, ""},
+      {kNoOpen, 0, "Internal", "DMOD01", "T5", 100000, U, K, -63, K, U, ""},
+      {kNoOpen, 0, "Internal", "DMOD01", "TRG3", 100000, U, K, -102, K, U, ""},
+      {kNoHost, 0, "Internal", "DMOD01", "TRG3", 100000, U, K, -56, K, U, "DTS ID not found for dts1\n"},
+      {kNotFound, 0, "Internal", "DMOD01", "TRG3", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=41][module=DMOD01]\n"},
+      {kGood, 0, "Internal", "DMOD01", "TRG9", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=41][module=DMOD01]\n"},
+      {kNoRate, 0, "Internal", "DMOD01", "TRG3", 100000, U, K, -54, K, U,
+       "DTS Info not Found for Baserate [DTSid=41][module=DMOD01]\n"}};
+  for (const auto& c : cases) {
+    ScriptModule(c.db);
+    FirstSample call{c.from, c.source, c.module, c.output, c.period, c.clockStart, c.triggerIn};
+    EXPECT_EQ(call.Run(), c.status) << c.output;
+    EXPECT_EQ(std::tie(call.trigger, call.first), std::make_tuple(c.trigger, c.first)) << c.source << c.output;
+    messages += c.message;
   }
 }
 
-TEST_F(SamplingTest, ExternalClockFailures) {
-  EXPECT_EQ(Cycle{.clkOutput = "-1"}.Run(), TOVAK_E_CLOCK_OUTPUT);
-  EXPECT_TRUE(IndexDb().log.empty());  // refused before the database
-  IndexDb().openResult = 1;
-  EXPECT_EQ(Cycle().Run(), TOVAK_E_INDEX_OPEN);
-  IndexDb().openResult = 0;
-  ScriptDts(DtsModule(5), -3);
-  set_tovak_t_verbose(true);
-  ::testing::internal::CaptureStderr();
-  EXPECT_EQ(Cycle().Run(), TOVAK_E_CLOCK_ID);
-  ScriptDts(Table{-2, {}});
-  EXPECT_EQ(Cycle().Run(), TOVAK_E_CLOCK_PARAMS);
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
-            "CLK ID(-3) not found for FPGA-DTS:(dts1)\nDTS Info not Found [CLK dts1:DMOD01]\n");
-  Table noRate = DtsModule(5);
-  noRate.rows[1][5] = "0";
-  ScriptDts(noRate);
-  Cycle call;
-  EXPECT_EQ(call.Run(), TOVAK_E_CLOCK_PARAMS);
-  EXPECT_EQ(call.cycle + call.start, 2 * kUntouched);
-  ScriptDts(DtsModule(5));  // "CLK_OUT" is output 6
-  EXPECT_EQ(Cycle{.clkOutput = "CLK_OUT"}.Run(), TOVAK_E_CLOCK_OUTPUT);
-  EXPECT_EQ(IndexDb().openCalls, IndexDb().closeCalls);
-}
-
-TEST_F(SamplingTest, FirstSampleFromTriggerOrClockStart) {
-  FirstSample internal{.clockStart = 500000};
-  ASSERT_EQ(internal.Run(), TOVAK_OK);
-  EXPECT_EQ(internal.first, -1000000);
-  EXPECT_EQ(internal.trigger, 0);
-  FirstSample late{.source = "External", .clockStart = 500000};
-  ASSERT_EQ(late.Run(), TOVAK_OK);
-  EXPECT_EQ(late.trigger, 400000);  // one period before the clock start
-  EXPECT_EQ(late.first, -600000);
-  for (int64_t notLater : {-500000, 0}) {
-    FirstSample early{.source = "External", .clockStart = notLater};
-    ASSERT_EQ(early.Run(), TOVAK_OK);
-    EXPECT_EQ(early.first, -1000000);
+TEST_F(SamplingTest, TimeBaseChainsCycleAndFirstSample) {
+  ScriptModule(kGood);  // 200 ns samples, trigger TRG1 at 1 us, sample 10 on it
+  const struct { const char *source, *trg; int64_t count, lastSample; int status; int64_t delay; } cases[] = {
+      {"Internal", "TRG1", 3, 0, 0, -1000000}, {"Internal", "TRG1", 3, 3, 0, -1000000},
+      {"Internal", "TRG1", -5, 0, 0, -1000000}, {"Internal", "TRG1", 3, 1003, 0, 199000000},  // ends at sample 1003
+      {"Internal", "TRG", 3, 0, -63, U}, {"internal", "TRG1", 3, 0, -53, U}};
+  for (const auto& c : cases) {
+    const TimeBaseRequest request{"db", {"FPGA-DTS", "dts1", "DMOD01", c.trg}, {"FPGA-DTS", "dts1", "DMOD02", "DCK1"},
+                                  c.count, 1234, 2, c.source, "100ns", "2", "10", c.lastSample};
+    int interval = 7;
+    int64_t period = U, delay = U;
+    EXPECT_EQ(ComputeTimeBase(request, &interval, &period, &delay), c.status) << c.lastSample;
+    EXPECT_EQ(std::tie(interval, period, delay),
+              std::make_tuple(c.status == -53 ? 7 : 100, c.status ? U : 200000, c.delay)) << c.lastSample;
   }
-
-  FirstSample fromStart{.fromClockStart = true, .source = "External", .clockStart = 500000};
-  ASSERT_EQ(fromStart.Run(), TOVAK_OK);
-  EXPECT_EQ(fromStart.first, 400000);
-  FirstSample notExternal{.fromClockStart = true, .clockStart = 500000};
-  EXPECT_EQ(notExternal.Run(), TOVAK_E_NOT_SUPPORTED);
-  EXPECT_EQ(notExternal.first, kUntouched);
-  EXPECT_TRUE(IndexDb().setups.empty());
 }
 
-TEST_F(SamplingTest, TriggerLookup) {
-  Table table = DtsModule(8);
-  ScriptDts(table);
-  FirstSample call{.output = "CH_1", .trigger = TOVAK_TIME_UNKNOWN};
-  ASSERT_EQ(call.Run(), TOVAK_OK);
-  EXPECT_EQ(call.trigger, 70 * 100000);
-  EXPECT_EQ(call.first, 70 * 100000 - 10 * 100000);
-
-  // Failures keep the unknown marker and write no first sample.
-  auto failure = [](FirstSample call) {
-    call.trigger = TOVAK_TIME_UNKNOWN;
-    const int status = call.Run();
-    EXPECT_EQ(call.trigger, TOVAK_TIME_UNKNOWN);
-    EXPECT_EQ(call.first, kUntouched);
-    return status;
-  };
-  EXPECT_EQ(failure({.source = "External", .period = 0}), TOVAK_E_ZERO_PERIOD);
-  EXPECT_EQ(failure({.output = "0"}), TOVAK_E_TRIGGER_OUTPUT);
-  EXPECT_EQ(failure({.output = "TRG"}), TOVAK_E_TRIGGER_OUTPUT);
-  EXPECT_EQ(failure({.output = "T5"}), TOVAK_E_TRIGGER_OUTPUT);  // too short for a number
-  EXPECT_EQ(failure({.output = "TRG9"}), TOVAK_E_NO_DTS_INFO);  // beyond the rows
-  table.rows[2][5] = "0";
-  ScriptDts(table);
-  EXPECT_EQ(failure({}), TOVAK_E_NO_DTS_INFO);
-  ScriptDts(Table{-1, {}});
-  EXPECT_EQ(failure({}), TOVAK_E_NO_DTS_INFO);
-  ScriptDts(table, -2);
-  EXPECT_EQ(failure({}), TOVAK_E_DTS_UNKNOWN);
-  IndexDb().openResult = 1;
-  EXPECT_EQ(failure({}), TOVAK_E_INDEX_OPEN);
-  EXPECT_EQ(IndexDb().openCalls, IndexDb().closeCalls);
+TEST(TimeBaseTest, PrintFormatsAndSeconds) {
+  const struct { int64_t period, delay; short quiet; const char* printed; } cases[] = {
+      {100000, -1100000, 0, "Cycle = [0.000000100000] sec\nDelay = [-0.000001100000] sec\n"},
+      {1000000, 2500000000, 0, "Cycle = [0.00000100] sec\nDelay = [0.00250000] sec\n"},
+      {1000, 5, 0, "Cycle = [0.000000001000] sec\nDelay = [0.000000000005] sec\n"},
+      {500, -1100000, 0, "Cycle = [0.000000000500000] sec\nDelay = [-0.000001100000000] sec\n"},
+      {100000, 0, -1, ""}};
+  for (const auto& c : cases) {
+    CaptureStdout();
+    DeliverTimeBase(c.period, c.delay, {.quiet = c.quiet});
+    EXPECT_EQ(GetCapturedStdout(), c.printed);
+  }
+  double axis[3], cycle, delay;  // with an axis, delayOut is the time of sample preSample
+  DeliverTimeBase(100000, -1100000, {1, 1, 3, "10", axis, &cycle, &delay});
+  EXPECT_EQ(std::tie(axis[0], axis[1], axis[2], cycle, delay),
+            std::make_tuple(-1.0e-6, -0.9e-6, -0.8e-6, 1e-7, -0.1e-6));
+  DeliverTimeBase(100000, -1100000, {1, 1, 3, "10", nullptr, nullptr, &delay});
+  EXPECT_EQ(delay, -1.1e-6);
+  // Single precision: the float of the picoseconds divided in float, which at
+  // -1099965 ps differs from the double result narrowed.
+  float single, singleCycle, singleDelay;
+  DeliverTimeBase(100000, -1199965, {1, 0, 1, "1", &single, &singleCycle, &singleDelay});
+  EXPECT_EQ(std::tie(single, singleCycle, singleDelay),
+            std::make_tuple(-1.09996506e-06f, static_cast<float>(1e-7), -1.09996506e-06f));
+  EXPECT_NE(single, static_cast<float>(-1099965 / 1e12));
 }
 
 TEST_F(SamplingTest, RemoteProtocolForwardsInOrder) {
   setTovakProtocolV2("grpc://srv:1");
   std::string seen;
-  Client().samplingCycle = [&](auto... a) {
-    seen = Join(a...);
-    *std::get<14>(std::tie(a...)) = 11;  // sampInterval
-    *std::get<15>(std::tie(a...)) = 5;   // sampPeriod
-    return -61;
-  };
+  int status = -61;
+  Client().samplingCycle = [&](auto... a) { seen = Join(a...); *std::get<15>(std::tie(a...)) = 5; return -61; };
   Cycle cycle{.multiplier = "2"};
   EXPECT_EQ(cycle.Run(), -61);
   EXPECT_EQ(seen, "FPGA-DTS,dts1,DMOD01,DCK2,FPGA-DTS,dts1,DMOD01,TRG3,7,1234,2,External,,2,");
-  EXPECT_EQ(cycle.interval + cycle.period, 16);
-
-  Client().sampling0Timing = [&](auto... a) {
-    seen = Join(a...);
-    *std::get<12>(std::tie(a...)) = 5;  // triggerTime
-    return -54;
-  };
+  EXPECT_EQ(cycle.period, 5);
+  Client().sampling0Timing = [&](auto... a) { seen = Join(a...); *std::get<12>(std::tie(a...)) = 5; return -54; };
   FirstSample first{.fromClockStart = true, .clockStart = 3};
   EXPECT_EQ(first.Run(), -54);
   EXPECT_EQ(seen, "1,VME-DTS,dts1,DMOD01,TRG3,1234,2,Internal,10,100000,3,0,");
   EXPECT_EQ(first.trigger, 5);
+  Client().getDTSdatax2 = [&](auto... a) {
+    seen = Join(a...);
+    auto out = std::tie(a...);
+    std::tie(*std::get<17>(out), *std::get<18>(out), *std::get<19>(out)) = std::make_tuple(55, 100000, -1100000);
+    return status;
+  };
+  int interval = 7;
+  double axis[3] = {-7, -7, -7}, period = -7, delay = -7;
+  auto timeBase = [&] {  // the remote side moves the axis to lastSample itself
+    CaptureStdout();
+    const int s = tovakGetDTSdatax2_ex("db", "FPGA-DTS", "dts1", "DMOD01", "TRG1", "FPGA-DTS", "dts1", "DMOD02",
+                                       "DCK1", &interval, 3, 1234, 2, "Internal", "100ns", "2", "10", 1000, 0, 1,
+                                       axis, &period, &delay);
+    return std::make_tuple(s, GetCapturedStdout(), interval, period, delay, axis[0]);
+  };
+  EXPECT_EQ(timeBase(), std::make_tuple(-61, "", 7, -7.0, -7.0, -7.0));  // a failure writes nothing
+  status = 0;
+  EXPECT_EQ(timeBase(), std::make_tuple(0, "Cycle = [0.000000100000] sec\nDelay = [-0.000001100000] sec\n", 55,
+                                        1e-7, -0.1e-6, -1.0e-6));
+  EXPECT_EQ(seen, "FPGA-DTS,dts1,DMOD01,TRG1,FPGA-DTS,dts1,DMOD02,DCK1,7,3,1234,2,Internal,100ns,2,10,1000,");
   setTovakProtocolV1();  // the remote form ignores the protocol
   EXPECT_EQ(FirstSample().Run(&V2tovakSampling0Timing), -54);
   Client().connectResult = 2;
   EXPECT_EQ(FirstSample().Run(&V2tovakSampling0Timing), TOVAK_E_NO_REMOTE);
   setTovakProtocolV2(nullptr);
   EXPECT_EQ(Cycle().Run(), TOVAK_E_NO_REMOTE);
+  EXPECT_EQ(std::get<0>(timeBase()), TOVAK_E_NO_REMOTE);
   EXPECT_TRUE(IndexDb().setups.empty());
 }
 
