@@ -14,15 +14,10 @@ namespace {
 
 TEST(TimingDemoDbTest, TimeBasesOfDemoChannels) {
   setTovakProtocolV1();
-  struct Channel {
-    const char *server, *trg[4], *clk[4];
-    unsigned shot;
-    unsigned short subShot;
-    const char *source, *internalClock, *multiplier, *preSample;
-    int interval, status;  // interval given; then as expected: status, period and delay in seconds, interval
-    double period, delay;
-    int intervalOut;
-  } cases[] = {
+  // The link and the settings; the interval given; then as expected: status, period and delay in seconds, interval.
+  struct { const char *server, *trg[4], *clk[4]; unsigned shot; unsigned short subShot;
+           const char *source, *internalClock, *multiplier, *preSample; int interval, status; double period, delay;
+           int intervalOut; } cases[] = {
       // 1 us clock CLK1 from -1.000005 s, trigger -1 s (-0.5 s before shot 120050), 1000 samples before it.
       {"/ubo", FDTS("1"), FDTS("7"), 120100, 1, "External", "", "1", "1000", 0, 0, 1e-6, -1.001, 0},
       {"/ubo", FDTS("1"), FDTS("7"), 120049, 1, "External", "", "1", "500", 0, 0, 1e-6, -0.5005, 0},

@@ -63,7 +63,9 @@ std::vector<std::string> Row(int delay, int f1, int f2, int rate, int d2 = 0, in
 enum Db { kGood, kFiveRows, kNoRate, kNotFound, kNoHost, kNoOpen, kOdd };
 void ScriptModule(Db db) {
   Table table;
-  for (int n = 1; n <= (db == kFiveRows ? 5 : 8); ++n) table.rows.push_back(Row(1199999995 + 10 * n, 10, n, 10000000, 5, 7));
+  for (int n = 1; n <= (db == kFiveRows ? 5 : 8); ++n) {
+    table.rows.push_back(Row(1199999995 + 10 * n, 10, n, 10000000, 5, 7));
+  }
   if (db == kNoRate) table.rows[1][5] = table.rows[2][5] = "0";
   if (db == kNotFound) table = Table{-2, {}};
   if (db == kOdd) table.rows = {Row(721, 65536, 65536, 6), Row(INT_MAX, 1, 1, 1000000, 1)};
@@ -133,30 +135,31 @@ TEST_F(SamplingTest, ExternalClockAndTriggerFromTheModuleRows) {
 }
 
 TEST_F(SamplingTest, FirstSampleFromTriggerClockStartOrLookup) {
-  const struct { Db db; bool from; const char *source, *module, *output; int64_t period, clockStart, triggerIn;
+  const struct { Db db; bool from, external; const char *module, *output; int64_t period, clockStart, triggerIn;
                  int status; int64_t trigger, first; const char* message; } cases[] = {
-      {kNoOpen, 0, "Internal", "DMOD01", "TRG3", 100000, 500000, 0, 0, 0, -1000000, ""},
-      {kNoOpen, 0, "External", "DMOD01", "TRG3", 100000, 500000, 0, 0, 400000, -600000, ""},
-      {kNoOpen, 0, "External", "DMOD01", "TRG3", 100000, -500000, 0, 0, 0, -1000000, ""},
-      {kNoOpen, 0, "External", "DMOD01", "TRG3", 100000, 0, 0, 0, 0, -1000000, ""},
-      {kNoOpen, 1, "External", "DMOD01", "TRG3", 100000, 500000, 0, 0, 0, 400000, ""},
-      {kNoOpen, 1, "Internal", "DMOD01", "TRG3", 100000, 500000, 0, -53, 0, U, ""},
-      {kGood, 0, "Internal", "DMOD01", "CH_1", 100000, U, K, 0, 7000000, 6000000, ""},
-      {kGood, 0, "External", "dmodss1", "TRG3", 100000, U, K, 0, 3700000, 2700000, ""},
-      {kGood, 0, "External", "DMOD01", "TRG3", 0, U, K, -70, K, U, ""},
-      {kNoOpen, 0, "Internal", "DMOD01", "TRG", 100000, U, K, -63, K, U, ""},
-      {kNoOpen, 0, "Internal", "DMOD01", "T5", 100000, U, K, -63, K, U, ""},
-      {kNoOpen, 0, "Internal", "DMOD01", "TRG3", 100000, U, K, -102, K, U, ""},
-      {kNoHost, 0, "Internal", "DMOD01", "TRG3", 100000, U, K, -56, K, U, "DTS ID not found for dts1\n"},
-      {kNotFound, 0, "Internal", "DMOD01", "TRG3", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=41][module=DMOD01]\n"},
-      {kGood, 0, "Internal", "DMOD01", "TRG9", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=41][module=DMOD01]\n"},
-      {kNoRate, 0, "Internal", "DMOD01", "TRG3", 100000, U, K, -54, K, U,
+      {kNoOpen, 0, 0, "DMOD01", "TRG3", 100000, 500000, 0, 0, 0, -1000000, ""},
+      {kNoOpen, 0, 1, "DMOD01", "TRG3", 100000, 500000, 0, 0, 400000, -600000, ""},
+      {kNoOpen, 0, 1, "DMOD01", "TRG3", 100000, -500000, 0, 0, 0, -1000000, ""},
+      {kNoOpen, 0, 1, "DMOD01", "TRG3", 100000, 0, 0, 0, 0, -1000000, ""},
+      {kNoOpen, 1, 1, "DMOD01", "TRG3", 100000, 500000, 0, 0, 0, 400000, ""},
+      {kNoOpen, 1, 0, "DMOD01", "TRG3", 100000, 500000, 0, -53, 0, U, ""},
+      {kGood, 0, 0, "DMOD01", "CH_1", 100000, U, K, 0, 7000000, 6000000, ""},
+      {kGood, 0, 1, "dmodss1", "TRG3", 100000, U, K, 0, 3700000, 2700000, ""},
+      {kGood, 0, 1, "DMOD01", "TRG3", 0, U, K, -70, K, U, ""},
+      {kNoOpen, 0, 0, "DMOD01", "TRG", 100000, U, K, -63, K, U, ""},
+      {kNoOpen, 0, 0, "DMOD01", "T5", 100000, U, K, -63, K, U, ""},
+      {kNoOpen, 0, 0, "DMOD01", "TRG3", 100000, U, K, -102, K, U, ""},
+      {kNoHost, 0, 0, "DMOD01", "TRG3", 100000, U, K, -56, K, U, "DTS ID not found for dts1\n"},
+      {kNotFound, 0, 0, "DMOD01", "TRG3", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=41][module=DMOD01]\n"},
+      {kGood, 0, 0, "DMOD01", "TRG9", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=41][module=DMOD01]\n"},
+      {kNoRate, 0, 0, "DMOD01", "TRG3", 100000, U, K, -54, K, U,
        "DTS Info not Found for Baserate [DTSid=41][module=DMOD01]\n"}};
   for (const auto& c : cases) {
     ScriptModule(c.db);
-    FirstSample call{c.from, c.source, c.module, c.output, c.period, c.clockStart, c.triggerIn};
+    FirstSample call{c.from, c.external ? "External" : "Internal", c.module, c.output, c.period, c.clockStart,
+                     c.triggerIn};
     EXPECT_EQ(call.Run(), c.status) << c.output;
-    EXPECT_EQ(std::tie(call.trigger, call.first), std::make_tuple(c.trigger, c.first)) << c.source << c.output;
+    EXPECT_EQ(std::tie(call.trigger, call.first), std::make_tuple(c.trigger, c.first)) << c.external << c.output;
     messages += c.message;
   }
 }
@@ -180,7 +183,6 @@ TEST_F(SamplingTest, TimeBaseChainsCycleAndFirstSample) {
 
 TEST(TimeBaseTest, PrintFormatsAndSeconds) {
   const struct { int64_t period, delay; short quiet; const char* printed; } cases[] = {
-      {100000, -1100000, 0, "Cycle = [0.000000100000] sec\nDelay = [-0.000001100000] sec\n"},
       {1000000, 2500000000, 0, "Cycle = [0.00000100] sec\nDelay = [0.00250000] sec\n"},
       {1000, 5, 0, "Cycle = [0.000000001000] sec\nDelay = [0.000000000005] sec\n"},
       {500, -1100000, 0, "Cycle = [0.000000000500000] sec\nDelay = [-0.000001100000000] sec\n"},
@@ -190,10 +192,7 @@ TEST(TimeBaseTest, PrintFormatsAndSeconds) {
     DeliverTimeBase(c.period, c.delay, {.quiet = c.quiet});
     EXPECT_EQ(GetCapturedStdout(), c.printed);
   }
-  double axis[3], cycle, delay;  // with an axis, delayOut is the time of sample preSample
-  DeliverTimeBase(100000, -1100000, {1, 1, 3, "10", axis, &cycle, &delay});
-  EXPECT_EQ(std::tie(axis[0], axis[1], axis[2], cycle, delay),
-            std::make_tuple(-1.0e-6, -0.9e-6, -0.8e-6, 1e-7, -0.1e-6));
+  double delay;  // without an axis, delayOut is the time of sample 0
   DeliverTimeBase(100000, -1100000, {1, 1, 3, "10", nullptr, nullptr, &delay});
   EXPECT_EQ(delay, -1.1e-6);
   // Single precision: the float of the picoseconds divided in float, which at
@@ -205,7 +204,7 @@ TEST(TimeBaseTest, PrintFormatsAndSeconds) {
   EXPECT_NE(single, static_cast<float>(-1099965 / 1e12));
 }
 
-TEST_F(SamplingTest, RemoteProtocolForwardsInOrder) {
+TEST_F(SamplingTest, RemoteFormsAndTheWholeTimeBase) {
   setTovakProtocolV2("grpc://srv:1");
   std::string seen;
   int status = -61;
@@ -237,16 +236,19 @@ TEST_F(SamplingTest, RemoteProtocolForwardsInOrder) {
   EXPECT_EQ(timeBase(), std::make_tuple(-61, "", 7, -7.0, -7.0, -7.0));  // a failure writes nothing
   status = 0;
   EXPECT_EQ(timeBase(), std::make_tuple(0, "Cycle = [0.000000100000] sec\nDelay = [-0.000001100000] sec\n", 55,
-                                        1e-7, -0.1e-6, -1.0e-6));
+                                        1e-7, -0.1e-6, -1.0e-6));  // delayOut: sample preSample, with an axis
   EXPECT_EQ(seen, "FPGA-DTS,dts1,DMOD01,TRG1,FPGA-DTS,dts1,DMOD02,DCK1,7,3,1234,2,Internal,100ns,2,10,1000,");
-  setTovakProtocolV1();  // the remote form ignores the protocol
-  EXPECT_EQ(FirstSample().Run(&V2tovakSampling0Timing), -54);
+  EXPECT_TRUE(IndexDb().setups.empty());
+  setTovakProtocolV1();  // here the axis moves to lastSample: 997 periods of 200 ns on
+  ScriptModule(kGood);
+  EXPECT_EQ(timeBase(), std::make_tuple(0, "Cycle = [0.000000200000] sec\nDelay = [0.000198400000] sec\n", 100,
+                                        2e-7, 2.004e-4, 1.986e-4));
+  EXPECT_EQ(FirstSample().Run(&V2tovakSampling0Timing), -54);  // the remote form ignores the protocol
   Client().connectResult = 2;
   EXPECT_EQ(FirstSample().Run(&V2tovakSampling0Timing), TOVAK_E_NO_REMOTE);
   setTovakProtocolV2(nullptr);
   EXPECT_EQ(Cycle().Run(), TOVAK_E_NO_REMOTE);
   EXPECT_EQ(std::get<0>(timeBase()), TOVAK_E_NO_REMOTE);
-  EXPECT_TRUE(IndexDb().setups.empty());
 }
 
 }  // namespace

@@ -15,7 +15,8 @@ constexpr int64_t k2p53 = int64_t{1} << 53, kMax = std::numeric_limits<int64_t>:
 
 // Entry k on its own: delay + (k + 1) x period picoseconds (modulo 2^64), in seconds.
 int64_t Entry(int64_t delay, int64_t period, int64_t k) {
-  return static_cast<int64_t>(static_cast<uint64_t>(delay) + static_cast<uint64_t>(k + 1) * static_cast<uint64_t>(period));
+  const uint64_t offset = static_cast<uint64_t>(k + 1) * static_cast<uint64_t>(period);
+  return static_cast<int64_t>(static_cast<uint64_t>(delay) + offset);
 }
 double Seconds(double*, int64_t ps) { return static_cast<double>(ps) / 1e12; }
 float Seconds(float*, int64_t ps) { return static_cast<float>(ps) / 999999995904.0f; }
@@ -39,7 +40,8 @@ TEST(TimeAxisTest, BitIdenticalToThePerEntryFormulaOnEveryKernel) {
       {30'000'000'000'000 - 1'100'000, 10000, 1'000'003}, {5'000'000, -333, 100'001},
       {-120'000'000'000'000, 333'333'333, 50'000},        {k2p53 - 200'000'000, 10'000, 20'000},
       {k2p53 - 35'000, 7, 10'000}, {-k2p53 + 15'000, -3, 10'000}, {k2p53 + 1, 1, 9'000}, {123, 456, 1},
-      {-1, k2p53 / 4095 + 1, 8'200}, {kMax - 50'000, 1000, 9'000}, {0, kMax / 3, 20}, {0, (int64_t{1} << 46) + 1, 4096}};
+      {-1, k2p53 / 4095 + 1, 8'200}, {kMax - 50'000, 1000, 9'000}, {0, kMax / 3, 20},
+      {0, (int64_t{1} << 46) + 1, 4096}};
   std::mt19937_64 rng(20241112);
   auto random = [&] { return static_cast<int64_t>(rng()) >> (rng() % 64); };
   for (int i = 0; i < 300; ++i) axes.push_back({random(), random(), static_cast<int64_t>(rng() % 5000)});
