@@ -1,3 +1,4 @@
+// Modules a diagnostic used and their channel settings, as caller-owned arrays.
 #include <map>
 #include <memory>
 #include <string>
@@ -9,141 +10,81 @@
 namespace tovak::testing {
 namespace {
 
-using Row = std::vector<std::string>;
-
+// Modules A, B, C. Channel rows: A one, B none (-2), C two, E none (0), F status -5.
 class SettingsTest : public CompanionTest {
  protected:
   void SetUp() override {
     CompanionTest::SetUp();
-    SetupDb().modules = [this](const std::string&, unsigned, unsigned) { return modules; };
-    IndexDb().channelSettings = [this](const std::string& key1, const std::string&, unsigned,
-                                       unsigned) {
-      const auto it = channels.find(key1);
-      return it == channels.end() ? Table{-2, {}} : it->second;
+    SetupDb().modules = [this](auto&&...) { return modules; };
+    IndexDb().channelSettings = [this](const std::string& key1, auto&&...) {
+      return channels.count(key1) ? channels[key1] : Table{-2, {}};
     };
+  }
+  int Settings(int close) {
+    return tovakGetDTSsettings("setup", "idx", "diag", 10, 1, &all, &count, close);
   }
   Table modules{0, {{"A", "a"}, {"B", "b"}, {"C", "c"}}};
   std::map<std::string, Table> channels{
       {"A", Table{0, {{"1", "12.5e-3", "2", "-3.5", "abc", " -7x", "4294967297", "8"}}}},
-      {"C", Table{0, {Row(8, "1"), Row(8, "2")}}}};
+      {"C", Table{0, {std::vector<std::string>(8, "1"), std::vector<std::string>(8, "2")}}},
+      {"E", Table{0, {}}}, {"F", Table{-5, {}}}};
+  DTSsettings* all = nullptr;
+  int count = 77;
 };
 
-TEST_F(SettingsTest, ChannelRowsParsedByPosition) {
-  DTSchSettings* out = nullptr;
-  int count = -1;
-  ASSERT_EQ(tovakGetDTSchSettings("idx", "A", "a", 10, 1, &out, &count, 0), 0);
-  const std::unique_ptr<DTSchSettings[]> owned(out);
-  ASSERT_EQ(count, 1);
-  EXPECT_EQ(out[0].column0, 1);
-  EXPECT_DOUBLE_EQ(out[0].column1, 0.0125);
-  EXPECT_DOUBLE_EQ(out[0].column2, 2.0);
-  EXPECT_DOUBLE_EQ(out[0].column3, -3.5);
-  EXPECT_EQ(out[0].column4, 0);
-  EXPECT_EQ(out[0].column5, -7);
-  EXPECT_EQ(out[0].column6, 1);  // low 32 bits
-  EXPECT_EQ(out[0].column7, 8);
-  EXPECT_EQ(IndexDb().log, (CallLog{"open", "get_dmod_diag_shot(A,a,10,1)", "delete"}));
-}
-
-TEST_F(SettingsTest, QueryStatusesAndClosing) {
-  DTSchSettings* out = reinterpret_cast<DTSchSettings*>(&modules);  // any non-null marker
-  int count = -1;
-  EXPECT_EQ(tovakGetDTSchSettings("idx", "none", "x", 10, 1, &out, &count, 1), 0);
-  EXPECT_EQ(out, nullptr);
-  EXPECT_EQ(count, 0);
-  EXPECT_EQ(IndexDb().log.back(), "Close");
-
-  channels["F"] = Table{-5, {}};
-  count = 33;
-  EXPECT_EQ(tovakGetDTSchSettings("idx", "F", "x", 10, 1, &out, &count, 2), -5);
-  EXPECT_EQ(count, 33);
+TEST_F(SettingsTest, ChannelRowsByPositionAndQueryStatuses) {
+  DTSchSettings* ch = nullptr;
+  ASSERT_EQ(tovakGetDTSchSettings("idx", "A", "k", 10, 1, &ch, &count, 0), 0);
+  const std::unique_ptr<DTSchSettings[]> owned(ch);
+  EXPECT_EQ(std::vector<double>({1.0 * count, 1.0 * ch->column0, ch->column1, ch->column2,
+                                 ch->column3, 1.0 * ch->column4, 1.0 * ch->column5,
+                                 1.0 * ch->column6, 1.0 * ch->column7}),
+            std::vector<double>({1, 1, 0.0125, 2, -3.5, 0, -7, 1, 8}));  // column6: low 32 bits
+  EXPECT_EQ(IndexDb().log, (CallLog{"open", "get_dmod_diag_shot(A,k,10,1)", "delete"}));
+  std::tie(ch, count) = std::pair(owned.get(), 33);
+  EXPECT_EQ(tovakGetDTSchSettings("idx", "F", "k", 10, 1, &ch, &count, 1), -5);
+  EXPECT_TRUE(ch == owned.get() && count == 33 && IndexDb().closeCalls == 1);
+  EXPECT_EQ(tovakGetDTSchSettings("idx", "B", "k", 10, 1, &ch, &count, 0), 0);
+  EXPECT_TRUE(ch == nullptr && count == 0);  // no rows (-2)
+  ASSERT_EQ(tovakGetDTSchSettings("idx", "E", "k", 10, 1, &ch, &count, 2), 0);
+  EXPECT_TRUE(ch != nullptr && ch != owned.get() && count == 0);  // an array of no records
+  delete[] ch;
   EXPECT_EQ(IndexDb().closeCalls, 1);
-
-  channels["E"] = Table{0, {}};
-  ASSERT_EQ(tovakGetDTSchSettings("idx", "E", "x", 10, 1, &out, &count, 0), 0);
-  EXPECT_NE(out, nullptr);  // a valid array of no records
-  EXPECT_EQ(count, 0);
-  delete[] out;
-
-  IndexDb().connected = false;
-  IndexDb().openResult = 1;
-  EXPECT_EQ(tovakGetDTSchSettings("idx", "A", "a", 10, 1, &out, &count, 0), TOVAK_E_INDEX_OPEN);
-  EXPECT_EQ(IndexDb().log.back(), "Close");
-}
-
-TEST_F(SettingsTest, ModulesOfADiagnostic) {
-  modules.rows.push_back({std::string(70, 'k'), ""});
-  DTSmodule* out = nullptr;
-  int count = 0;
-  ASSERT_EQ(tovakGetDTSdiagShot("setup", "diag", 10, 1, &out, &count, 1), 0);
-  const std::unique_ptr<DTSmodule[]> owned(out);
-  ASSERT_EQ(count, 4);
-  EXPECT_STREQ(out[1].key1, "B");
-  EXPECT_STREQ(out[1].key2, "b");
-  EXPECT_EQ(std::string(out[3].key1), std::string(63, 'k'));
-  EXPECT_EQ(SetupDb().log,
-            (CallLog{"open", "get_dmod_diag_shot(diag,10,1)", "delete", "Close"}));
-
-  SetupDb().openResult = 1;
-  SetupDb().connected = false;
-  EXPECT_EQ(tovakGetDTSdiagShot("setup", "diag", 10, 1, &out, &count, 0), TOVAK_E_SETUP_OPEN);
-  EXPECT_EQ(SetupDb().log.back(), "Close");
 }
 
 TEST_F(SettingsTest, CombinedSettingsOwnTheirChannels) {
+  modules.rows.push_back({std::string(70, 'k'), ""});  // keys are cut to 63 characters
   SetConfig("KOVD_GRPC", "grpc://srv:1");  // the databases are asked all the same
-  DTSsettings* out = nullptr;
-  int count = 0;
-  ASSERT_EQ(tovakGetDTSsettings("setup", "idx", "diag", 10, 1, &out, &count, 0), 0);
-  ASSERT_EQ(count, 3);
-  EXPECT_STREQ(out[0].module.key1, "A");
-  EXPECT_EQ(out[0].chCount, 1);
-  EXPECT_EQ(out[1].chCount, 0);  // no rows for B
-  EXPECT_EQ(out[1].chSettings, nullptr);
-  EXPECT_EQ(out[2].chCount, 2);
-  EXPECT_EQ(out[2].chSettings[1].column0, 2);
-  EXPECT_EQ(IndexDb().closeCalls + SetupDb().closeCalls, 0);
-  EXPECT_EQ(cleanup_DTSsettingsArray(out, count), 0);
-  delete[] out;
+  ASSERT_EQ(Settings(0), 0);
+  EXPECT_EQ(std::to_string(count) + all[1].module.key1 + all[1].module.key2 + all[3].module.key1,
+            "4Bb" + std::string(63, 'k'));
+  EXPECT_TRUE(all[0].chCount == 1 && all[2].chCount == 2 && all[2].chSettings[1].column0 == 2);
+  EXPECT_TRUE(all[1].chCount == 0 && all[1].chSettings == nullptr);  // B: no rows (-2)
+  EXPECT_EQ(SetupDb().log, (CallLog{"open", "get_dmod_diag_shot(diag,10,1)", "delete"}));
+  EXPECT_EQ(IndexDb().closeCalls, 0);
+  EXPECT_EQ(cleanup_DTSsettingsArray(all, count), 0);
+  delete[] all;
 }
 
-TEST_F(SettingsTest, FailureHalfWayReleasesEverythingAndClosesOnRequest) {
+TEST_F(SettingsTest, FailuresReleaseEverythingAndCloseOnRequest) {
   channels["B"] = Table{-1, {}};
-  DTSsettings* out = nullptr;
-  int count = 77;
-  EXPECT_EQ(tovakGetDTSsettings("setup", "idx", "diag", 10, 1, &out, &count, 1), -1);
-  EXPECT_EQ(out, nullptr);
-  EXPECT_EQ(count, 77);
-  EXPECT_EQ(IndexDb().log.back(), "Close");
-  EXPECT_EQ(SetupDb().log.back(), "Close");
-  // Module C is never asked for once B failed.
+  EXPECT_EQ(Settings(1), -1);
+  EXPECT_EQ(SetupDb().log.back(), "Close");  // module C is never asked for once B failed
   EXPECT_EQ(IndexDb().log, (CallLog{"open", "get_dmod_diag_shot(A,a,10,1)", "delete",
                                     "get_dmod_diag_shot(B,b,10,1)", "delete", "Close"}));
-
   modules = Table{-4, {}};
-  EXPECT_EQ(tovakGetDTSsettings("setup", "idx", "diag", 10, 1, &out, &count, 1), -4);
-  EXPECT_EQ(SetupDb().closeCalls, 2);
-  EXPECT_EQ(IndexDb().closeCalls, 2);
-
-  for (Table none : {Table{-2, {}}, Table{0, {}}}) {
+  EXPECT_EQ(Settings(1), -4);
+  EXPECT_EQ(SetupDb().closeCalls + IndexDb().closeCalls, 4);
+  for (const Table& none : {Table{-2, {}}, Table{0, {}}}) {
     modules = none;
-    EXPECT_EQ(tovakGetDTSsettings("setup", "idx", "diag", 10, 1, &out, &count, 2), 0);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(count, 77);
+    EXPECT_EQ(Settings(2), 0);
   }
-  EXPECT_EQ(SetupDb().closeCalls, 2);
-}
-
-TEST_F(SettingsTest, CleanupSkipsWhatItMayNotTouch) {
-  DTSsettings records[2] = {};
+  EXPECT_TRUE(SetupDb().closeCalls + IndexDb().closeCalls == 4 && all == nullptr && count == 77);
+  DTSsettings records[2] = {};  // clean-up skips what it may not touch
   records[1].chSettings = new DTSchSettings[3];
-  EXPECT_EQ(cleanup_DTSsettingsArray(records, 0), 0);
-  EXPECT_EQ(cleanup_DTSsettingsArray(records, -1), 0);
+  EXPECT_EQ(cleanup_DTSsettingsArray(records, 0) + cleanup_DTSsettingsArray(records, -1), 0);
   EXPECT_NE(records[1].chSettings, nullptr);
-  EXPECT_EQ(cleanup_DTSsettingsArray(records, 2), 0);  // record 0 has none
-  EXPECT_EQ(cleanup_DTSsettingsArray(nullptr, 5), 0);
-  EXPECT_EQ(cleanup_DTSmoduleArray(nullptr, 3), 0);
-  EXPECT_EQ(cleanup_DTSchSettingsArray(nullptr, 3), 0);
+  EXPECT_EQ(cleanup_DTSsettingsArray(records, 2) + cleanup_DTSsettingsArray(nullptr, 5), 0);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstring>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -23,7 +22,7 @@ std::vector<Entry> Entries(const CParamSet& set) {
   return out;
 }
 
-TEST(ParamSet, EachOverloadHasItsTagAndRendering) {
+TEST(ParamSet, OverloadsTagAndRenderEntriesThatCopyOutBounded) {
   CParamSet set;
   set.AddParam("u", 4294967295u);
   set.AddParam("i", INT_MIN);
@@ -32,88 +31,49 @@ TEST(ParamSet, EachOverloadHasItsTagAndRendering) {
   set.AddParam("l", LONG_MIN);
   set.AddParamTime("time", 1700000000L);
   set.AddParam(nullptr, static_cast<const char*>(nullptr));
-  EXPECT_EQ(Entries(set), (std::vector<Entry>{{"u", "4294967295", 3},
-                                              {"i", "-2147483648", 2},
-                                              {"t", "text", 1},
-                                              {"s", "1.5e-3", 6},
+  EXPECT_EQ(Entries(set), (std::vector<Entry>{{"u", "4294967295", 3}, {"i", "-2147483648", 2},
+                                              {"t", "text", 1}, {"s", "1.5e-3", 6},
                                               {"l", "-9223372036854775808", 4},
-                                              {"time", "1700000000", 5},
-                                              {"", "", 1}}));
-}
-
-TEST(ParamSet, GetParamStaysWithinSizesAndEntries) {
-  CParamSet set;
-  set.AddParam("ChannelNumber", "0123456789");
-  char name[8], value[8];
-  std::memset(name, 'X', sizeof name);
-  std::memset(value, 'Y', sizeof value);
+                                              {"time", "1700000000", 5}, {"", "", 1}}));
+  char name[8] = "XXXXXXX", value[8] = "YYYYYYY";
   int tag = 0;
-  ASSERT_EQ(set.GetParam(0, name, 5, value, 1, &tag), 0);
-  EXPECT_EQ(std::string(name, 6), std::string("Chan\0X", 6));
-  EXPECT_EQ(std::string(value, 2), std::string("\0Y", 2));
   ASSERT_EQ(set.GetParam(0, name, 0, nullptr, 8, nullptr), 0);  // nothing to write into
-  EXPECT_EQ(name[0], 'C');
-
-  EXPECT_EQ(set.GetParam(1, name, 8, value, 8, &tag), -1);
-  EXPECT_EQ(set.GetParam(-1, name, 8, value, 8, &tag), -1);
-  EXPECT_EQ(name[0], 'C');
-  EXPECT_EQ(tag, 1);
+  ASSERT_EQ(set.GetParam(5, name, 3, value, 1, &tag), 0);
+  EXPECT_EQ(std::string(name, 4) + std::string(value, 2) + std::to_string(tag),
+            std::string("ti\0X\0Y5", 7));
+  EXPECT_EQ(set.GetParam(7, name, 8, value, 8, &tag) + set.GetParam(-1, name, 8, value, 8, &tag),
+            -2);  // no such entry: nothing written
+  EXPECT_EQ(std::string(name, 4) + std::to_string(tag), std::string("ti\0X5", 5));
 }
 
 TEST(ParamSetText, RoundTripsAnyTextAndAppends) {
   CParamSet set;
-  set.AddParam("with blanks", "  lead and trail  ");
-  set.AddParam("quotes\"'", "a\"b'c");
-  set.AddParam("sep %20 ; , = |", "%%\t%0A");
-  set.AddParam("multi\nline\r\n", "\n");
-  set.AddParam("\xE6\x99\x82\xE5\x88\xBB", "\xFF\x80\x01\x7F");
-  set.AddParam("", "", 1);
-  set.AddParam("neg", "x", -42);
-  set.AddParam("CParamSet 1 1", "1 a b");
-  set.AddParamTime("t", -1L);
-
+  for (const char* text : {"  blanks  ", "quotes\"'", "%20 ; , = | %%", "\t\n\r\n",
+                           "\xE6\x99\x82\xFF\x80\x01\x7F", "", "CParamSet 1 1\n1 a b"}) {
+    set.AddParam(text, text, -42);
+  }
   CParamSet back;
-  back.AddParam("held", 1);
+  ASSERT_EQ(back.PutString("CParamSet 1 1\n2 held %c3%a9%7e\n"), 0);  // lower-case hex too
+  EXPECT_EQ(back.GetString(), "CParamSet 1 1\n2 held %C3%A9~\n");  // printable ASCII only
   ASSERT_EQ(back.PutString(set.GetString().c_str()), 0);
   std::vector<Entry> want = Entries(set);
-  want.insert(want.begin(), Entry{"held", "1", 2});
+  want.insert(want.begin(), Entry{"held", "\xC3\xA9~", 2});
   EXPECT_EQ(Entries(back), want);
-}
-
-TEST(ParamSetText, FormIsPrintableAscii) {
-  CParamSet set;
-  set.AddParam("a b", "\xC3\xA9\n");
-  EXPECT_EQ(set.GetString(), "CParamSet 1 1\n1 a%20b %C3%A9%0A\n");
-  EXPECT_EQ(CParamSet().GetString(), "CParamSet 1 0\n");
 }
 
 TEST(ParamSetText, MalformedTextLeavesListAsItWas) {
   const char* bad[] = {
-      nullptr,
-      "",
-      "CParamSet 2 0\n",                   // unknown version
-      "CParamSet 1 2\n1 a b\n",            // fewer entries than announced
-      "CParamSet 1 0\n1 a b\n",            // more entries than announced
-      "CParamSet 1 1\n1 a b",              // last line cut
-      "CParamSet 1 1\nx a b\n",            // tag not a number
-      "CParamSet 1 1\n99999999999 a b\n",  // tag beyond int
-      "CParamSet 1 1\n1 a\n",              // value missing
-      "CParamSet 1 1\n1 a b c\n",          // raw blank inside a field
-      "CParamSet 1 1\n1 a\tb c\n",         // raw control byte
-      "CParamSet 1 1\n1 a %4\n",           // short escape
-      "CParamSet 1 1\n1 a %G0\n",          // not hex
-      "CParamSet 1 1\n1 a %00\n",          // NUL cannot be held
-      "CParamSet 1 -1\n",
-  };
+      nullptr, "", "CParamSet 2 0\n", "CParamSet 1 -1\n",
+      "CParamSet 1 2\n1 a b\n", "CParamSet 1 0\n1 a b\n",  // fewer, more entries than announced
+      "CParamSet 1 1\n1 a b", "CParamSet 1 1\nx a b\n", "CParamSet 1 1\n99999999999 a b\n",
+      "CParamSet 1 1\n1 a\n", "CParamSet 1 1\n1 a b c\n", "CParamSet 1 1\n1 a\tb c\n",
+      "CParamSet 1 1\n1 a %4\n", "CParamSet 1 1\n1 a %G0\n", "CParamSet 1 1\n1 a %00\n"};
   for (const char* text : bad) {
     CParamSet set;
     set.AddParam("kept", 5);
     EXPECT_EQ(set.PutString(text), -1) << (text ? text : "(null)");
     EXPECT_EQ(Entries(set), (std::vector<Entry>{{"kept", "5", 2}}));
   }
-  CParamSet set;
-  EXPECT_EQ(set.PutString("CParamSet 1 1\n3 %c3%a9 %7e\n"), 0);  // lower-case hex
-  EXPECT_EQ(Entries(set), (std::vector<Entry>{{"\xC3\xA9", "~", 3}}));
 }
 
 }  // namespace
