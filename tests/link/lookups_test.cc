@@ -1,112 +1,147 @@
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
+#include <vector>
 
-#include "link/link_fixture.h"
+#include "access/state.h"
+#include "doubles/companions.h"
+#include "link/link_calls.h"
 
 namespace tovak::testing {
 namespace {
 
-using LookupsTest = LinkTest;
+const Channel kChannel{"diag", 100, 2, 3, -4, "dbhost/UBO::index"};
+const Channel kRemote{"diag", 100, 2, 3, -4, "grpc://srv:5/ubo"};
+// A link row with the given options, and its outputs before the options' ones.
+std::vector<std::string> Row(const std::string& options) {
+  return {"FPGA-DTS", "t1", "t2", "3", "4", "5", "Internal", "7", "8", options};
+}
+const std::string kPlain = "FPGA-DTS|t1|t2|3|4|7|8|Internal|";
 
-TEST_F(LookupsTest, DecodeTheRowAndDeleteItBeforeClosing) {
-  Answer({" VME-DTS ", "  a b ", "", "70000", " 12abc", "55", " External ", "77", "-8",
-          "  PreSample 100 SampInterval 0  "});
-  int status = 1;
-  EXPECT_EQ(Infox({"diag", 100, -1, 3, -4, kServer}, &status),
-            "VME|a b||4464|12|55|-8|External|100|1|0|-|");
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(IndexDb().log,
-            (Log{"open", "get_site_id(ubo)", "get_diag_id(diag,3,null)",
-                 "get_DTS_information(7,100,4294967295,3,4294967292)", "delete", "Close"}));
-  EXPECT_EQ(InfoClk(kChannel, &status), "VME|a b||70000|12abc|55|-8|External|100|0|-|-|-|");
+// The outputs of a lookup of kChannel, then what it wrote to standard error.
+template <class Lookup>
+std::string WithStderr(Lookup lookup, bool verbose) {
+  set_tovak_t_verbose(verbose);
+  ::testing::internal::CaptureStderr();
+  const std::string outputs = lookup(kChannel);
+  set_tovak_t_verbose(false);
+  return outputs + ::testing::internal::GetCapturedStderr();
 }
 
-TEST_F(LookupsTest, KindsClockSettingsAndOptions) {
+// Site "ubo" has id 3, diagnostic "diag" id 0; the link query answers Answer's row.
+class LinkTest : public CompanionTest {
+ protected:
+  void SetUp() override {
+    CompanionTest::SetUp();
+    IndexDb().siteId = [this](const std::string&) { return siteId; };
+    IndexDb().diagId = [this](const std::string&, int) { return diagId; };
+  }
+  void Answer(const Table& table) {
+    IndexDb().dtsInformation = [table](int, unsigned, unsigned, unsigned, unsigned) {
+      return table;
+    };
+  }
+  int siteId = 3, diagId = 0;
+};
+
+TEST_F(LinkTest, RowReadThenDeletedBeforeClosing) {
+  Answer({-3,  // any status but -1 and -2 is read
+          {{" VME-DTS ", "  a b ", "", "70000", " 12abc", "55", " External ", "77", "-8",
+            "  PreSample 70000 "}}});
+  EXPECT_EQ(Infox({"diag", 100, -1, 3, -4, kChannel.server}),
+            "VME|a b||4464|12|55|-8|External|70000|1|0|-|0|");
+  EXPECT_EQ(IndexDb().log,
+            (std::vector<std::string>{"open", "get_site_id(ubo)", "get_diag_id(diag,3,null)",
+                                      "get_DTS_information(0,100,4294967295,3,4294967292)",
+                                      "delete", "Close"}));
+  EXPECT_EQ(InfoClk(kChannel), "VME|a b||70000|12abc|55|-8|External|70000|-|-|-|-|0|");
+}
+
+TEST_F(LinkTest, OptionsText) {
   IndexDb().hostId = [](const std::string& name) { return name == "m1" ? 41 : -5; };
   IndexDb().camacId = [](const std::string&) { return 42; };
-  const std::string longWord(64, '1');  // one more than the word buffer holds
+  const std::string w64(64, '1');  // one character more than the word buffer holds
+  // Options, then the ends of both lookups' outputs (see link_calls.h).
   const struct {
-    std::vector<std::string> row;
-    std::string infox, clk;
+    std::string options, infox, clk;
   } cases[] = {
-      {{"CAMAC-DTS", "", "", "", "", "5", "external", "7", "", ""},
-       "CAMAC-DTS|||0|0|7|0|external|0|1|0|-|",
-       "CAMAC-DTS|||||7|0|external|-|-|-|-|-|"},
-      {{"fpga-dts", "", "", "CLK_OUT", "", "5", "External", "7", "", "ClkDTS CAMAC crate3 CLK2"},
-       "UserDefined|||0|0|5|0|External|0|1|42|CLK2|",
-       "UserDefined|||CLK_OUT||5|0|External|-|-|CAMAC|crate3|CLK2|"},
-      {Row("ClkDTS VME m1 X SampInterval 250 ClkDTS VME-DTS m1 Y PreSample 0100"),
-       "FPGA-DTS|t1|t2|3|4|7|8|Internal|100|250|0|Y|",
-       "FPGA-DTS|t1|t2|3|4|7|8|Internal|0100|250|VME-DTS|m1|Y|"},
-      {Row("ClkDTS FPGA nobody W ClkDTS"), "FPGA-DTS|t1|t2|3|4|7|8|Internal|0|1|-5|W|",
-       "FPGA-DTS|t1|t2|3|4|7|8|Internal|-|-|FPGA|nobody|W|"},
-      {Row("ClkDTS VME m1 X ClkDTS FPGA"), "FPGA-DTS|t1|t2|3|4|7|8|Internal|0|1|0|X|",
-       "FPGA-DTS|t1|t2|3|4|7|8|Internal|-|-|FPGA|m1|X|"},
-      {Row("PreSample 4 SampInterval 4294967296 PreSample"),  // 0 in 32 bits
-       "FPGA-DTS|t1|t2|3|4|7|8|Internal|4|1|0|-|",
-       "FPGA-DTS|t1|t2|3|4|7|8|Internal|4|4294967296|-|-|-|"},
-      {Row("PreSample " + longWord + " SampInterval -6 ClkDTS VME " + longWord + " W"),
-       "FPGA-DTS|t1|t2|3|4|7|8|Internal|0|-6|0|W|",
-       "FPGA-DTS|t1|t2|3|4|7|8|Internal|" + longWord + "|-6|VME|" + longWord + "|W|"},
-      // Longer than the 255-character text buffer: cut before "12345".
-      {Row(std::string(240, 'x') + " PreSample 12345"), "FPGA-DTS|t1|t2|3|4|7|8|Internal|0|1|0|-|",
-       "FPGA-DTS|t1|t2|3|4|7|8|Internal|-|-|-|-|-|"},
+      {"", "0|1|0|-|0|", "-|-|-|-|-|0|"},
+      {"x PreSample 7 SampInterval 0 PreSample 3", "3|1|0|-|0|", "3|0|-|-|-|0|"},
+      {"ClkDTS CAMAC c3 K PreSample 0100", "100|1|42|K|0|", "0100|-|CAMAC|c3|K|0|"},
+      {"ClkDTS FPGA nobody W ClkDTS", "0|1|-5|W|0|", "-|-|FPGA|nobody|W|0|"},
+      {"ClkDTS VME-DTS m1 Y SampInterval -6", "0|-6|0|Y|0|", "-|-6|VME-DTS|m1|Y|0|"},
+      {"PreSample 4 SampInterval 4294967296 PreSample", "4|1|0|-|0|", "4|4294967296|-|-|-|0|"},
+      {"PreSample " + w64 + " ClkDTS VME " + w64 + " W", "0|1|0|W|0|",
+       w64 + "|-|VME|" + w64 + "|W|0|"},
+      {std::string(240, 'x') + " PreSample 12345", "0|1|0|-|0|", "-|-|-|-|-|0|"},  // cut at 255
+      {"notSupportedNow PreSample 5 ClkDTS VME m1 W", "5|1|41|W|-53|", "5|-|VME|m1|W|-53|"},
+      // One separator counted per word: extra blanks set the reading position back.
+      {"a   PreSample 5", "0|1|0|-|0|", "e|-|-|-|-|0|"},
+      {"PreSample xy SampInterval a ClkDTS  5  xy ClkDTS", "0|1|0|y|0|", "xy|a|5|xy|y|0|"},
+      {"PreSample\t\t5 SampInterval", "5|1|0|-|0|", "5|-|-|-|-|0|"},
   };
   for (const auto& c : cases) {
-    Answer(c.row);
-    int status = 1;
-    EXPECT_EQ(Infox(kChannel, &status), c.infox) << c.row[9];
-    EXPECT_EQ(InfoClk(kChannel, &status), c.clk) << c.row[9];
-    EXPECT_EQ(status, 0);
+    Answer({0, {Row(c.options)}});
+    EXPECT_EQ(Infox(kChannel), kPlain + c.infox) << c.options;
+    EXPECT_EQ(InfoClk(kChannel), kPlain + c.clk) << c.options;
   }
+  Answer({0, {Row("notSupportedNow x notSupportedNow")}});
+  EXPECT_EQ(WithStderr(Infox, true), kPlain + "0|1|0|-|-53|Not Supported DTS information.\n" +
+                                         "Not Supported DTS information.\n");
 }
 
-TEST_F(LookupsTest, NotSupportedStillFillsEverything) {
-  IndexDb().hostId = [](const std::string&) { return 9; };
-  Answer(Row("notSupportedNow PreSample 5 ClkDTS FPGA f W3 notSupportedNow"));
-  int status = 1;
-  EXPECT_EQ(VerboseOutput([&] {
-              EXPECT_EQ(Infox(kChannel, &status), "FPGA-DTS|t1|t2|3|4|7|8|Internal|5|1|9|W3|");
-            }),
-            "Not Supported DTS information.\nNot Supported DTS information.\n");
-  EXPECT_EQ(status, TOVAK_E_NOT_SUPPORTED);
-  EXPECT_EQ(InfoClk(kChannel, &status), "FPGA-DTS|t1|t2|3|4|7|8|Internal|5|-|FPGA|f|W3|");
-  EXPECT_EQ(status, TOVAK_E_NOT_SUPPORTED);
-}
-
-// Each failure, in the order they are checked: the decoding lookup writes
-// only its three option defaults, the raw-text lookup nothing.
-TEST_F(LookupsTest, FailuresWriteOnlyTheDefaults) {
-  const auto expectFailure = [](int expected, const Log& log, const std::string& message) {
-    IndexDb().log.clear();
-    int status = 1;
-    EXPECT_EQ(
-        VerboseOutput([&] { EXPECT_EQ(Infox(kChannel, &status), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|"); }),
-        message);
-    EXPECT_EQ(status, expected);
-    EXPECT_EQ(IndexDb().log, log);
-    EXPECT_EQ(InfoClk(kChannel, &status), "-|-|-|-|-|-9|-9|-|-|-|-|-|-|");
-    EXPECT_EQ(status, expected);
-  };
-  const Log queried{"open",
-                    "get_site_id(ubo)",
-                    "get_diag_id(diag,3,null)",
-                    "get_DTS_information(7,100,2,3,4294967292)",
-                    "delete",
-                    "Close"};
-  for (int status : {-2, -1, 0}) {  // status 0 without a row is not read either
-    Answer({}, status);
-    expectFailure(TOVAK_E_NO_DTS_INFO, queried, "No DTS link information.\n");
-  }
+// Failures in the order they are checked: only the decoding lookup's defaults are written.
+TEST_F(LinkTest, Failures) {
+  const std::string noLink = "No DTS link information.\n";
   const std::string unknown = "No diag name in database [diag] site[ubo]\n";
-  IndexDb().diagId = [](const std::string&, int) { return -1; };
-  expectFailure(TOVAK_E_UNKNOWN_DIAG,
-                {"open", "get_site_id(ubo)", "get_diag_id(diag,3,null)", "Close"}, unknown);
-  IndexDb().siteId = [](const std::string&) { return 0; };
-  expectFailure(TOVAK_E_UNKNOWN_DIAG, {"open", "get_site_id(ubo)", "Close"}, unknown);
-  IndexDb().openResult = 1;
-  expectFailure(TOVAK_E_INDEX_OPEN, {"open", "Close"}, "");
+  const struct {
+    int site, diag, link, open, status, calls;
+    std::string message;
+  } cases[] = {{3, 0, -2, 0, -54, 6, noLink},   {3, 0, -1, 0, -54, 6, noLink},
+               {3, 0, 0, 0, -54, 6, noLink},  // status 0 without a row
+               {3, -1, 0, 0, -103, 4, unknown}, {0, 0, 0, 0, -103, 3, unknown},
+               {3, 0, 0, 1, -102, 2, ""}};
+  for (const auto& c : cases) {
+    siteId = c.site;
+    diagId = c.diag;
+    IndexDb().openResult = c.open;
+    IndexDb().log.clear();
+    Answer({c.link, {}});
+    const std::string status = std::to_string(c.status) + "|";
+    EXPECT_EQ(WithStderr(Infox, true), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|" + status + c.message);
+    EXPECT_EQ(IndexDb().log.size(), static_cast<size_t>(c.calls));
+    EXPECT_EQ(IndexDb().log.back(), "Close");
+    EXPECT_EQ(WithStderr(InfoClk, false), "-|-|-|-|-|-9|-9|-|-|-|-|-|-|" + status);
+  }
+}
+
+void Fill(std::string& text, int& n) { text = "r" + std::to_string(n++); }
+void Fill(const void*, int&) {}  // numbers are left as they are
+
+TEST_F(LinkTest, RemoteTextsCopiedOnlyOnSuccess) {
+  int answer = 0;  // the client's status; 1: it throws
+  const auto client = [&answer](const char* diag, unsigned shot, int sub, int k1, int k2,
+                                auto&&... outputs) {
+    EXPECT_EQ(Join(diag, shot, sub, k1, k2), "diag|100|2|3|-4|");
+    int n = 0;
+    (Fill(outputs, n), ...);
+    if (answer == 1) throw std::runtime_error("connection lost");
+    return answer;
+  };
+  Client().getDTSinfox = client;
+  Client().getDTSinfoCLK = client;
+  EXPECT_EQ(InfoClk(kRemote), "r0|r1|r2|r3|r4|-9|-9|r5|r6|r7|r8|r9|r10|0|");
+  EXPECT_EQ(Infox(kRemote), "r0|r1|r2|-9|-9|-9|-9|r3|0|1|0|r4|0|");
+  answer = -54;
+  EXPECT_EQ(Infox(kRemote), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|-54|");
+  EXPECT_EQ(InfoClk(kRemote), "-|-|-|-|-|-9|-9|-|-|-|-|-|-|-54|");
+  answer = 1;
+  EXPECT_THROW(Infox(kRemote), std::runtime_error);
+  EXPECT_THROW(InfoClk(kRemote), std::runtime_error);
+  Client().connectResult = 2;
+  EXPECT_EQ(Infox(kRemote), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|-599|");
+  EXPECT_EQ(InfoClk(kRemote), "-|-|-|-|-|-9|-9|-|-|-|-|-|-|-599|");
 }
 
 }  // namespace
