@@ -183,7 +183,7 @@ class DifferentialTest : public ::testing::TestWithParam<const char*> {};
 TEST_P(DifferentialTest, RemoteAnswersAsDirectAccess) {
   setenv("TOVAK_CONFIG", "/dev/null", 1);
   TempDir dir;
-  ServerProcess server(dir, "server", "anonymous = allow\n");
+  ServerProcess server(dir, "server", "anonymous = allow\nworkers = 2\n");
   ASSERT_TRUE(server.listening()) << server.Log();
   const std::string site = GetParam(), address = server.Address(site);
   setTovakProtocolV1();

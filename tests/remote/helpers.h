@@ -76,9 +76,8 @@ class ServerProcess {
   ServerProcess(const TempDir& dir, const std::string& name, const std::string& extra, int port = 0)
       : log_(dir.File(name + ".log")) {
     const std::string configFile = dir.File(name + ".conf"), portFile = dir.File(name + ".port");
-    WriteFile(configFile, "listen = 127.0.0.1:" + std::to_string(port) + "\nworkers = 2\n" +
-                              "site.ubo.index = /ubo\nsite.tsu.index = /tsu\n" +
-                              "site.odd.index = /odd\n" + extra);
+    WriteFile(configFile, "listen = 127.0.0.1:" + std::to_string(port) + "\nsite.ubo.index = " +
+                              "/ubo\nsite.tsu.index = /tsu\nsite.odd.index = /odd\n" + extra);
     if ((pid_ = fork()) == 0) {
       setpgid(0, 0);  // a group of its own, so that Pause reaches the workers too
       dup2(open(log_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);

@@ -64,11 +64,11 @@ TEST(CallAuthTest, OnlyFreshProofsOfKnownUsersWithTheirKeysAreAccepted) {
 TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason) {
   ServerConfig c;
   std::string error;
-  ASSERT_TRUE(ParseServerConfig("listen = [::1]:5\nanonymous = allow\nsite.UBO.index = i", &c,
-                                &error));
-  EXPECT_EQ(c.listenHost + " " + std::to_string(c.listenPort) + " " + c.sites.at("ubo").indexServer,
-            "::1 5 i");  // site names without regard to case
-  EXPECT_TRUE(c.workers == 1 && !c.tls());
+  ASSERT_TRUE(ParseServerConfig("listen = [::1]:5\nworkers = 8\nanonymous = allow\nsite.UBO.index"
+                                " = i", &c, &error));
+  EXPECT_EQ(c.listenHost + " " + std::to_string(c.listenPort) + " " + std::to_string(c.workers) +
+                " " + c.sites.at("ubo").indexServer + (c.tls() ? " TLS" : ""),
+            "::1 5 8 i");  // site names without regard to case
 
   const std::string site = "anonymous = allow\nsite.ubo.index = /ubo\n";
   const std::string cases[][2] = {
