@@ -28,11 +28,19 @@ void FillFlatRecord(void* buffer, int width, int index, const std::vector<char>&
   std::strncpy(record, scratch.data(), static_cast<size_t>(width));
 }
 
-void CopyFlat(const CParamSet& params, int index, const Buffers& out) {
-  // Scratch buffers of at least one byte, so that a width below 1 still
-  // reads as an empty text (and the record is then not written).
-  std::vector<char> name(static_cast<size_t>(out.nameWidth > 0 ? out.nameWidth : 1), '\0');
-  std::vector<char> value(static_cast<size_t>(out.valueWidth > 0 ? out.valueWidth : 1), '\0');
+// Scratch buffers of the record widths, at least one byte each, so that a
+// width below 1 still reads as an empty text (and the record is not written).
+struct Scratch {
+  explicit Scratch(const Buffers& out)
+      : name(static_cast<size_t>(out.nameWidth > 0 ? out.nameWidth : 1), '\0'),
+        value(static_cast<size_t>(out.valueWidth > 0 ? out.valueWidth : 1), '\0') {}
+  std::vector<char> name, value;
+};
+
+void CopyFlat(const CParamSet& params, int index, const Buffers& out, Scratch& scratch) {
+  std::vector<char>& name = scratch.name;
+  std::vector<char>& value = scratch.value;
+  name[0] = value[0] = '\0';
   params.GetParam(index, name.data(), out.nameWidth, value.data(), out.valueWidth,
                   out.tags == nullptr ? nullptr : &out.tags[index]);
   FillFlatRecord(out.names, out.nameWidth, index, name);
@@ -56,9 +64,10 @@ int ExportParameters(const char* server, const char* dtsName, const char* module
   const int status = getDTSParameters(server, dtsName, module, shot, subShot, channel, params);
   if (status != 0) return status;
   while (params.GetParamCount() < recordCount) params.AddParam("", "", kTovakParamText);
+  Scratch scratch(out);
   for (int i = 0; i < recordCount; ++i) {
     if (out.flat) {
-      CopyFlat(params, i, out);
+      CopyFlat(params, i, out, scratch);
     } else {
       CopyThroughPointers(params, i, out);
     }
