@@ -125,6 +125,16 @@ class ScriptedSetupDb final : public CSetupDBComm {
   bool configured = false;
 };
 
+// std::function with the signature of a member function.
+template <class Member>
+struct FunctionOf;
+template <class Class, class Result, class... Args>
+struct FunctionOf<Result (Class::*)(Args...)> {
+  using type = std::function<Result(Args...)>;
+};
+template <auto member>
+using Scripted = typename FunctionOf<decltype(member)>::type;
+
 class ScriptedClient final : public CmonoMirvoDataClient {
  public:
   // Connect answers connectResults in order, then connectResult.
@@ -140,35 +150,15 @@ class ScriptedClient final : public CmonoMirvoDataClient {
   };
   Seen atConnect;
 
-  // Scripted operations. Unset ones fail the test when called.
-  std::function<int(const char*, unsigned, int, int, int, std::string&, std::string&,
-                    std::string&, short*, short*, int*, int*, std::string&, int*, int*,
-                    int*, std::string&)>
-      getDTSinfox;
-  std::function<int(const char*, unsigned, int, int, int, std::string&, std::string&,
-                    std::string&, std::string&, std::string&, int*, int*, std::string&,
-                    std::string&, std::string&, std::string&, std::string&, std::string&)>
-      getDTSinfoCLK;
-  std::function<int(const char*, const char*, const char*, const char*, const char*,
-                    const char*, const char*, const char*, int, unsigned, unsigned short,
-                    const char*, const char*, const char*, int*, int64_t*, int64_t*,
-                    int64_t*, int64_t*)>
-      samplingCycle;
-  std::function<int(unsigned char, const char*, const char*, const char*, const char*,
-                    unsigned, unsigned short, const char*, const char*, int64_t, int64_t,
-                    int64_t, int64_t*, int64_t*)>
-      sampling0Timing;
-  std::function<int(const char*, const char*, const char*, const char*, const char*,
-                    const char*, const char*, const char*, int, int64_t, unsigned,
-                    unsigned short, const char*, const char*, const char*, const char*,
-                    int64_t, int*, int64_t*, int64_t*)>
-      getDTSdatax2;
-  std::function<int(const char*, const char*, unsigned, unsigned short, unsigned short,
-                    std::string&)>
-      getDTSParameters;
-  std::function<int(const char*, const char*, unsigned, unsigned short, int, int, int*,
-                    int*, int*, std::string&)>
-      getDTSParametersCount;
+  // Scripted operations, with the signatures of the client's own. Unset ones
+  // fail the test when called.
+  Scripted<&CmirvoClient::GetDTSinfox> getDTSinfox;
+  Scripted<&CmirvoClient::GetDTSinfoCLK> getDTSinfoCLK;
+  Scripted<&CmirvoClient::SamplingCycle> samplingCycle;
+  Scripted<&CmirvoClient::Sampling0Timing> sampling0Timing;
+  Scripted<&CmirvoClient::GetDTSdatax2> getDTSdatax2;
+  Scripted<&CmirvoClient::GetDTSParameters> getDTSParameters;
+  Scripted<&CmirvoClient::GetDTSParametersCount> getDTSParametersCount;
 
   // Credentials as last handed over (none: nullopt).
   std::optional<std::string> user() const;
