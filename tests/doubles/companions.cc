@@ -37,8 +37,9 @@ std::unique_ptr<ScriptedIndexDb> g_index;
 std::unique_ptr<ScriptedSetupDb> g_setup;
 std::unique_ptr<ScriptedClient> g_client;
 
-// Configuration values are never freed while the process runs: the library
-// may keep a reference to one (the remote server's address).
+// Configuration values live until the companions are reset: the library may
+// keep a reference to one (the remote server's address), which the reset
+// clears as well. Fuzz targets reset for every input, so the store stays small.
 std::deque<std::string>& ConfigStore() {
   static std::deque<std::string> store;
   return store;
@@ -383,6 +384,7 @@ void ResetCompanions() {
   g_setup.reset();
   g_client.reset();
   Config().clear();
+  ConfigStore().clear();
   g_setEnvCalls = 0;
   g_releaseCalls = 0;
   ScriptedResult::live = 0;
