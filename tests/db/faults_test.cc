@@ -1,0 +1,311 @@
+// Faults of the database server while lookups run, on a cluster of the tests'
+// own: stopped and restarted, paused, locked out, sessions ended. Each fault
+// gives its status within the configured times, and the call after recovery
+// succeeds, with the connection kept open and with close-after-each-call.
+#include <gtest/gtest.h>
+#include <libpq-fe.h>
+#include <signal.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <future>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tovak/tovak.h"
+
+namespace tovak::testing {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+double Setting(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? std::atof(value) : 0;
+}
+
+// The timeouts of the test's environment. kSlack is room for a loaded machine
+// under the sanitizers: the bounds catch hangs, they are no speed goals.
+const double kQueryTimeout = Setting("TOVAK_DB_QUERY_TIMEOUT");
+const double kConnectTimeout = Setting("TOVAK_DB_CONNECT_TIMEOUT");
+constexpr double kSlack = 5;
+constexpr double kEarly = 0.05;  // how much sooner than its time a deadline may end a wait
+
+struct Lookup {
+  int status;
+  double seconds;
+  int preSample;
+};
+
+// Magnetics module 1 channel 3 in shot 120100, 1000 pre-samples, through the
+// public call: the site, diagnostic and link queries.
+Lookup LinkLookup() {
+  char kind[256], text1[256], text2[256], source[256], word3[256];
+  short num3, num4;
+  int clock, num8, interval, hostId, preSample = -1;
+  const auto start = Clock::now();
+  const int status = tovakGetDTSinfox("Magnetics", 120100, 1, 1, 3, nullptr, kind, text1, text2,
+                                      &num3, &num4, &clock, &num8, source, &preSample,
+                                      &interval, &hostId, word3);
+  return {status, std::chrono::duration<double>(Clock::now() - start).count(), preSample};
+}
+
+bool Answered(const Lookup& lookup) { return lookup.status == 0 && lookup.preSample == 1000; }
+
+// The modules of Magnetics from the setup database: status and count.
+std::string SetupLookup() {
+  DTSmodule* modules = nullptr;
+  int count = 0;
+  const int status = tovakGetDTSdiagShot(nullptr, "Magnetics", 120100, 1, &modules, &count, 1);
+  delete[] modules;
+  return std::to_string(status) + " " + std::to_string(count);
+}
+
+bool Dbctl(const std::string& command) {
+  const std::string line = std::string("'") + std::getenv("TOVAK_DBCTL") + "' " + command + " '" +
+                           std::getenv("TOVAK_PG_DIR") + "' >/dev/null 2>&1";
+  return std::system(line.c_str()) == 0;
+}
+
+pid_t Postmaster() {
+  std::ifstream file(std::string(std::getenv("TOVAK_PG_DIR")) + "/data/postmaster.pid");
+  pid_t pid = 0;
+  file >> pid;
+  return pid;
+}
+
+// A process stopped with SIGSTOP until this goes out of scope.
+class Paused {
+ public:
+  explicit Paused(pid_t pid) : pid_(pid), ok_(pid > 0 && kill(pid, SIGSTOP) == 0) {}
+  ~Paused() {
+    if (ok_) kill(pid_, SIGCONT);
+  }
+  bool ok() const { return ok_; }
+
+ private:
+  pid_t pid_;
+  bool ok_;
+};
+
+// The tests' superuser session on the index database.
+class Admin {
+ public:
+  Admin() {
+    const char* const keywords[] = {"dbname", "user", "password", nullptr};
+    const char* const values[] = {"index", "tovak_faults", "tovak_faults", nullptr};
+    conn_.reset(PQconnectdbParams(keywords, values, 0));
+  }
+  bool ok() const { return PQstatus(conn_.get()) == CONNECTION_OK; }
+
+  // The first cell of the statement's answer; "" without one.
+  std::string Run(const std::string& sql) {
+    const std::unique_ptr<PGresult, void (*)(PGresult*)> result(PQexec(conn_.get(), sql.c_str()),
+                                                                PQclear);
+    return PQntuples(result.get()) > 0 ? PQgetvalue(result.get(), 0, 0) : "";
+  }
+
+  // Asks until the statement answers a first cell other than "" and "f",
+  // for at most `limit`; that cell, or "" when it never came.
+  std::string Await(const std::string& sql, std::chrono::milliseconds limit = 10s) {
+    const auto end = Clock::now() + limit;
+    do {
+      const std::string cell = Run(sql);
+      if (!cell.empty() && cell != "f") return cell;
+      std::this_thread::sleep_for(20ms);
+    } while (Clock::now() < end);
+    return "";
+  }
+
+  // The library's index session; with `lockWaiter`, one waiting for a lock
+  // other than `besides`. 0 when there is none (yet).
+  int Session(bool lockWaiter = false, int besides = 0) {
+    const std::string sql =
+        "SELECT pid FROM pg_stat_activity WHERE application_name = 'tovak'"
+        " AND datname = 'index' AND pid <> " + std::to_string(besides) +
+        (lockWaiter ? " AND wait_event_type = 'Lock'" : "");
+    return std::atoi((lockWaiter ? Await(sql) : Run(sql)).c_str());
+  }
+
+  bool Ended(int pid) {
+    return Await("SELECT NOT EXISTS (SELECT FROM pg_stat_activity WHERE pid = " +
+                 std::to_string(pid) + ")") == "t";
+  }
+
+ private:
+  std::unique_ptr<PGconn, void (*)(PGconn*)> conn_{nullptr, PQfinish};
+};
+
+class FaultTest : public ::testing::Test {
+ protected:
+  void SetUp() override { setTovakProtocolV1(); }
+  void TearDown() override { IndexNoClosing(0); }
+};
+
+constexpr int kModes[] = {0, 1};  // close after each call, keep open
+
+const char* ModeName(int keep) { return keep ? "kept open" : "closed after each call"; }
+
+TEST_F(FaultTest, ServerStoppedBetweenCallsAndRestarted) {
+  for (const int keep : kModes) {
+    SCOPED_TRACE(ModeName(keep));
+    IndexNoClosing(keep);
+    EXPECT_TRUE(Answered(LinkLookup()));
+    ASSERT_TRUE(Dbctl("stop"));
+    // A kept connection the server ended reads as closed: opening it again fails.
+    const Lookup down = LinkLookup();
+    EXPECT_EQ(down.status, TOVAK_E_INDEX_OPEN);
+    EXPECT_LT(down.seconds, kConnectTimeout + kSlack);
+    EXPECT_EQ(SetupLookup(), "-140 0");
+    ASSERT_TRUE(Dbctl("start"));
+    EXPECT_TRUE(Answered(LinkLookup()));
+    EXPECT_EQ(SetupLookup(), "0 2");
+    IndexNoClosing(0);
+  }
+}
+
+TEST_F(FaultTest, ServerStoppedDuringARunOfCalls) {
+  for (const int keep : kModes) {
+    SCOPED_TRACE(ModeName(keep));
+    IndexNoClosing(keep);
+    std::atomic<bool> restarted = false, done = false;
+    std::atomic<int> answeredAfter = 0;
+    std::vector<Lookup> calls;
+    std::thread run([&] {
+      while (!done) {
+        calls.push_back(LinkLookup());
+        if (restarted && Answered(calls.back())) ++answeredAfter;
+      }
+    });
+    std::this_thread::sleep_for(300ms);
+    const bool stopped = Dbctl("stop");
+    std::this_thread::sleep_for(300ms);
+    const bool started = Dbctl("start");
+    restarted = true;
+    for (const auto end = Clock::now() + 30s; answeredAfter < 10 && Clock::now() < end;) {
+      std::this_thread::sleep_for(20ms);
+    }
+    done = true;
+    run.join();
+    ASSERT_TRUE(stopped && started);
+    EXPECT_GE(answeredAfter, 10);
+    // A call in flight when the server went fails with its query's status (the
+    // site query's, the link query's); later ones cannot open the database.
+    const std::set<int> expected = {0, TOVAK_E_INDEX_OPEN, TOVAK_E_UNKNOWN_DIAG,
+                                    TOVAK_E_NO_DTS_INFO};
+    int failed = 0;
+    for (const Lookup& call : calls) {
+      EXPECT_TRUE(expected.contains(call.status)) << call.status;
+      EXPECT_LT(call.seconds, kConnectTimeout + kQueryTimeout + kSlack);
+      failed += call.status != 0;
+    }
+    EXPECT_GT(failed, 0) << "no call met the stopped server";
+    IndexNoClosing(0);
+  }
+}
+
+TEST_F(FaultTest, PausedBackendRunsOutOfTime) {
+  IndexNoClosing(1);
+  ASSERT_TRUE(Answered(LinkLookup()));
+  Admin admin;
+  ASSERT_TRUE(admin.ok());
+  const int backend = admin.Session();
+  ASSERT_GT(backend, 0);
+  {
+    const Paused paused(backend);
+    ASSERT_TRUE(paused.ok());
+    const Lookup stuck = LinkLookup();
+    EXPECT_EQ(stuck.status, TOVAK_E_UNKNOWN_DIAG);  // the site query failed
+    EXPECT_GT(stuck.seconds, kQueryTimeout - kEarly);
+    EXPECT_LT(stuck.seconds, kQueryTimeout + kSlack);
+  }
+  // The abandoned session ends once it runs again; the next call connects afresh.
+  EXPECT_TRUE(admin.Ended(backend));
+  EXPECT_TRUE(Answered(LinkLookup()));
+}
+
+TEST_F(FaultTest, PausedPostmasterRefusesNewConnectionsOnly) {
+  IndexNoClosing(1);
+  ASSERT_TRUE(Answered(LinkLookup()));
+  {
+    const Paused paused(Postmaster());
+    ASSERT_TRUE(paused.ok());
+    EXPECT_TRUE(Answered(LinkLookup()));  // the open session needs no postmaster
+    IndexNoClosing(0);
+    const Lookup refused = LinkLookup();
+    EXPECT_EQ(refused.status, TOVAK_E_INDEX_OPEN);
+    EXPECT_LT(refused.seconds, kConnectTimeout + kSlack);
+  }
+  EXPECT_TRUE(Answered(LinkLookup()));
+}
+
+TEST_F(FaultTest, QueryBlockedByALockRunsOutOfTime) {
+  Admin admin, locker;  // the locker's transaction would freeze the admin's view
+  ASSERT_TRUE(admin.ok() && locker.ok());
+  for (const int keep : kModes) {
+    SCOPED_TRACE(ModeName(keep));
+    IndexNoClosing(keep);
+    ASSERT_TRUE(Answered(LinkLookup()));
+    locker.Run("BEGIN");
+    locker.Run("LOCK TABLE dts_link IN ACCESS EXCLUSIVE MODE");
+    const Lookup blocked = LinkLookup();
+    EXPECT_EQ(blocked.status, TOVAK_E_NO_DTS_INFO);  // the link query failed
+    EXPECT_GT(blocked.seconds, kQueryTimeout - kEarly);
+    EXPECT_LT(blocked.seconds, kQueryTimeout + kSlack);
+    // The server gave up the statement too: no session is left waiting.
+    EXPECT_EQ(admin.Await("SELECT NOT EXISTS (SELECT FROM pg_stat_activity WHERE"
+                          " application_name = 'tovak' AND wait_event_type = 'Lock')"),
+              "t");
+    // A lock released while the query waits: slow, in time, answered.
+    std::thread release([&] {
+      std::this_thread::sleep_for(500ms);
+      locker.Run("COMMIT");
+    });
+    const Lookup slow = LinkLookup();
+    release.join();
+    EXPECT_TRUE(Answered(slow));
+    EXPECT_GT(slow.seconds, 0.5 - kEarly);
+    EXPECT_TRUE(Answered(LinkLookup()));
+    IndexNoClosing(0);
+  }
+}
+
+TEST_F(FaultTest, SessionEndedByTheServerIsReplaced) {
+  setenv("TOVAK_DB_QUERY_TIMEOUT", "20", 1);  // room for the steps while the query waits
+  Admin admin, locker;  // the locker's transaction would freeze the admin's view
+  ASSERT_TRUE(admin.ok() && locker.ok());
+  for (const int keep : kModes) {
+    SCOPED_TRACE(ModeName(keep));
+    IndexNoClosing(keep);
+    ASSERT_TRUE(Answered(LinkLookup()));
+    // Ended during the query: the one retry, on a fresh session, answers.
+    locker.Run("BEGIN");
+    locker.Run("LOCK TABLE dts_link IN ACCESS EXCLUSIVE MODE");
+    std::future<Lookup> lookup = std::async(std::launch::async, LinkLookup);
+    const int first = admin.Session(true);
+    admin.Run("SELECT pg_terminate_backend(" + std::to_string(first) + ")");
+    const int retry = admin.Session(true, first);
+    locker.Run("COMMIT");
+    EXPECT_GT(first, 0);
+    EXPECT_GT(retry, 0);
+    EXPECT_TRUE(Answered(lookup.get()));
+    // Ended between calls: noticed before the next query.
+    const int idle = admin.Session();
+    if (keep) {
+      admin.Run("SELECT pg_terminate_backend(" + std::to_string(idle) + ")");
+      EXPECT_TRUE(admin.Ended(idle));
+    }
+    EXPECT_TRUE(Answered(LinkLookup()));
+    IndexNoClosing(0);
+  }
+  setenv("TOVAK_DB_QUERY_TIMEOUT", std::to_string(static_cast<int>(kQueryTimeout)).c_str(), 1);
+}
+
+}  // namespace
+}  // namespace tovak::testing
