@@ -124,7 +124,7 @@ TEST(DbTest, ColumnsAndStatusesOfEveryQuery) {
                       d.get_site_id("ubo' --")})),
        "9, 901, -1, -1, 91, -1, 0"},
       {"/odd", Q(d.get_dmod_diag_shot("key'1;", "key\\2", 5, 1)),
-       "0 1\n1|0.0125|-1e+300|0|-7|2147483647|0|-1"},
+       "0 2\n1|0.0125|-1e+300|0|-7|2147483647|0|-1\n2|NaN|-Infinity|Infinity|0|0|0|0"},
       {"/odd", Q(s.get_dmod_diag_shot(kOdd.c_str(), 5, 1)),
        "0 2\nkey'1;|key\\2\n" + std::string(100, 'k') + "|PXI6143"},
       {"/odd", Q(d.get_site_id("ubo")), "1"},  // the tables are all still there

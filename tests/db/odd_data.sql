@@ -19,7 +19,10 @@ INSERT INTO dts_link (diag_id, first_shot, sub_shot, ch_key1, ch_key2, dts_kind,
   (901, 1, NULL, -1, -1, 'FPGA-DTS', 'fdts01', 'DMODSS0', '8', '3', '1', 'External', '0', '1',
    'PreSample 1'),
   (901, 1, -1, 1, 1, 'CAMAC-DTS', 'sub-shot minus one', 'DMOD0', '1', '3', '1', 'Internal', '0',
-   '1', '');
+   '1', ''),
+  (901, 1, NULL, 1, 6, 'FPGA-DTS', 'fdts01', repeat('m', 100), repeat('7', 70), '1x', 'many',
+   ' External ', '0', '12e3',
+   'PreSample abc SampInterval 12x ClkDTS CAMAC ' || repeat('n', 70) || ' ' || repeat('w', 80));
 
 -- Units with odd names and modules; a host name longer than the library keeps.
 INSERT INTO dts_unit (dts_id, name, kind, host_number) VALUES
@@ -40,7 +43,8 @@ SELECT 92, 'dmodss', c, 1, '2024-01-02 03:04:05+09'::timestamptz, c, 'TRG' || c,
        false, false, 0, 0 FROM generate_series(1, 2) AS c;
 INSERT INTO dmod_channel (key1, key2, first_shot, channel, range_volts, offset_volts, clock_hz,
                           pre_samples, samples, clock_count, mode_flag) VALUES
-  (E'key\'1;', E'key\\2', 1, 1, 12.5e-3, -1e300, 0, -7, 2147483647, 0, -1);
+  (E'key\'1;', E'key\\2', 1, 1, 12.5e-3, -1e300, 0, -7, 2147483647, 0, -1),
+  (E'key\'1;', E'key\\2', 1, 2, 'NaN', '-Infinity', 'Infinity', 0, 0, 0, 0);
 
 \connect setup
 INSERT INTO dmod_use (site, diag, first_shot, position, key1, key2) VALUES
