@@ -11,3 +11,6 @@ endif()
 add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
                     -fno-omit-frame-pointer -g)
 add_link_options(-fsanitize=address,undefined)
+# Optimised a little: several times the inputs per second of an -O0 build,
+# with stack traces that still name every frame.
+add_compile_options(-O1)
