@@ -109,9 +109,10 @@ size_t Occurrences(const std::string& text, const std::string& word) {
   return count;
 }
 
-// An option word: within the options text, not empty, no white space.
+// An option word: within the part of the options text the lookups decode,
+// not empty, no white space.
 bool IsOptionWord(const std::string& word, const std::string& options) {
-  if (word.empty() || word.size() > kOptionsLimit || options.find(word) == std::string::npos) {
+  if (word.empty() || options.substr(0, kOptionsLimit).find(word) == std::string::npos) {
     return false;
   }
   return std::none_of(word.begin(), word.end(),

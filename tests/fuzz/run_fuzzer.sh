@@ -23,7 +23,7 @@ status=$?
 
 runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)
 rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log" | tail -n 1)
-printf '%s: %s inputs in %s s, %s per second\n' "$name" "${runs:-?}" "$seconds" "${rate:-?}" |
+printf '%s: %s inputs, %s per second\n' "$name" "${runs:-?}" "${rate:-?}" |
   tee "$work/stats"
 
 if [ "$status" -ne 0 ]; then
