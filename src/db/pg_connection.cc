@@ -137,7 +137,9 @@ std::unique_ptr<PgResult> PgConnection::Query(const Statement& statement,
   const Deadline deadline =
       std::chrono::steady_clock::now() + std::chrono::seconds(QueryTimeoutSeconds());
   for (int attempt = 0; attempt < 2; ++attempt) {
-    if (Open() != 0) break;
+    // The callers asked is_open() before their first query; a connection
+    // that ended since is noticed by the query and retried.
+    if (Broken() && Open() != 0) break;
     Outcome outcome = Outcome::kFailed;
     PGresultPtr rows = Execute(statement, values, count, deadline, &outcome);
     if (rows != nullptr) return std::make_unique<PgResult>(std::move(rows));
