@@ -150,7 +150,7 @@ void EndIdleSession(Admin& admin) {
   EXPECT_TRUE(admin.Ended(idle));
 }
 
-class FaultTest : public ::testing::Test {
+class DbFaultTest : public ::testing::Test {
  protected:
   void SetUp() override { setTovakProtocolV1(); }
   void TearDown() override { IndexNoClosing(0); }
@@ -160,7 +160,7 @@ constexpr int kModes[] = {0, 1};  // close after each call, keep open
 
 const char* ModeName(int keep) { return keep ? "kept open" : "closed after each call"; }
 
-TEST_F(FaultTest, ServerStoppedBetweenCallsAndRestarted) {
+TEST_F(DbFaultTest, ServerStoppedBetweenCallsAndRestarted) {
   for (const int keep : kModes) {
     SCOPED_TRACE(ModeName(keep));
     IndexNoClosing(keep);
@@ -178,7 +178,7 @@ TEST_F(FaultTest, ServerStoppedBetweenCallsAndRestarted) {
   }
 }
 
-TEST_F(FaultTest, ServerStoppedDuringARunOfCalls) {
+TEST_F(DbFaultTest, ServerStoppedDuringARunOfCalls) {
   for (const int keep : kModes) {
     SCOPED_TRACE(ModeName(keep));
     IndexNoClosing(keep);
@@ -218,7 +218,7 @@ TEST_F(FaultTest, ServerStoppedDuringARunOfCalls) {
   }
 }
 
-TEST_F(FaultTest, PausedBackendRunsOutOfTime) {
+TEST_F(DbFaultTest, PausedBackendRunsOutOfTime) {
   IndexNoClosing(1);
   ASSERT_TRUE(Answered(LinkLookup()));
   Admin admin;
@@ -238,7 +238,7 @@ TEST_F(FaultTest, PausedBackendRunsOutOfTime) {
   EXPECT_TRUE(Answered(LinkLookup()));
 }
 
-TEST_F(FaultTest, PausedPostmasterRefusesNewConnectionsOnly) {
+TEST_F(DbFaultTest, PausedPostmasterRefusesNewConnectionsOnly) {
   IndexNoClosing(1);
   ASSERT_TRUE(Answered(LinkLookup()));
   {
@@ -253,7 +253,7 @@ TEST_F(FaultTest, PausedPostmasterRefusesNewConnectionsOnly) {
   EXPECT_TRUE(Answered(LinkLookup()));
 }
 
-TEST_F(FaultTest, QueryBlockedByALockRunsOutOfTime) {
+TEST_F(DbFaultTest, QueryBlockedByALockRunsOutOfTime) {
   Admin admin, locker;  // the locker's transaction would freeze the admin's view
   ASSERT_TRUE(admin.ok() && locker.ok());
   for (const int keep : kModes) {
@@ -284,7 +284,7 @@ TEST_F(FaultTest, QueryBlockedByALockRunsOutOfTime) {
   }
 }
 
-TEST_F(FaultTest, SessionEndedByTheServerIsReplaced) {
+TEST_F(DbFaultTest, SessionEndedByTheServerIsReplaced) {
   setenv("TOVAK_DB_QUERY_TIMEOUT", "20", 1);  // room for the steps while the query waits
   Admin admin, locker;  // the locker's transaction would freeze the admin's view
   ASSERT_TRUE(admin.ok() && locker.ok());
