@@ -97,8 +97,8 @@ struct Worker {
 
 class Supervisor {
  public:
-  Supervisor(const ServerConfig& config, std::string address, int reservation)
-      : config_(config), address_(std::move(address)), reservation_(reservation) {}
+  Supervisor(const ServerConfig& config, std::string address, Fd reservation)
+      : config_(config), address_(std::move(address)), reservation_(std::move(reservation)) {}
 
   // Starts every worker; false when one fails to start.
   bool StartAll() {
@@ -109,20 +109,25 @@ class Supervisor {
     return true;
   }
 
-  // Waits for signals: stops on SIGTERM or SIGINT, restarts dead workers.
+  // Waits for signals: stops on SIGTERM or SIGINT. Dead workers are replaced when a SIGCHLD
+  // arrives, and every kRestartPause in any case: signals of several children may arrive as one,
+  // and a worker that failed to start is tried again.
   void Run() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGCHLD);
+    const timespec pause = {std::chrono::seconds(kRestartPause).count(), 0};
     for (;;) {
-      int signal = 0;
-      if (sigwait(&signals, &signal) != 0) continue;
+      const int signal = sigtimedwait(&signals, nullptr, &pause);
       if (signal == SIGTERM || signal == SIGINT) return;
-      RestartDeadWorkers();
+      ReplaceMissingWorkers();
     }
   }
+
+  // The listening port is held by the workers now.
+  void ReleaseReservation() { reservation_.reset(); }
 
   void StopAll() {
     for (Worker& worker : workers_) {
@@ -143,7 +148,7 @@ class Supervisor {
     if (pid < 0) return false;
     if (pid == 0) {
       readEnd.reset();
-      if (reservation_ >= 0) close(reservation_);
+      reservation_.reset();
       std::fflush(stderr);
       _exit(RunWorker(config_, address_, writeEnd.release()));
     }
@@ -165,22 +170,27 @@ class Supervisor {
     return false;
   }
 
-  void RestartDeadWorkers() {
+  void ReplaceMissingWorkers() {
     for (Worker& worker : workers_) {
       int status = 0;
-      if (worker.pid <= 0 || waitpid(worker.pid, &status, WNOHANG) != worker.pid) continue;
-      std::fprintf(stderr, "tovak-server: worker %d ended (%s %d), starting another\n",
-                   static_cast<int>(worker.pid), WIFSIGNALED(status) ? "signal" : "exit",
-                   WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status));
+      if (worker.pid > 0) {
+        if (waitpid(worker.pid, &status, WNOHANG) != worker.pid) continue;
+        std::fprintf(stderr, "tovak-server: worker %d ended (%s %d), starting another\n",
+                     static_cast<int>(worker.pid), WIFSIGNALED(status) ? "signal" : "exit",
+                     WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status));
+        worker.pid = -1;
+      }
       const auto lived = std::chrono::steady_clock::now() - worker.started;
       if (lived < kRestartPause) std::this_thread::sleep_for(kRestartPause - lived);
-      if (!Start(worker)) std::fprintf(stderr, "tovak-server: a worker failed to start\n");
+      if (!Start(worker)) {
+        std::fprintf(stderr, "tovak-server: a worker failed to start, trying again\n");
+      }
     }
   }
 
   const ServerConfig& config_;
   std::string address_;
-  int reservation_;
+  Fd reservation_;  // keeps a port picked by the system until the workers listen on it
   std::vector<Worker> workers_;
 };
 
@@ -217,13 +227,13 @@ int Supervise(const ServerConfig& config, const std::string& portFile) {
     return 1;
   }
   const std::string address = Address(config.listenHost, port);
-  Supervisor supervisor(config, address, reservation.get());
+  Supervisor supervisor(config, address, std::move(reservation));
   if (!supervisor.StartAll()) {
     std::fprintf(stderr, "tovak-server: workers failed to start on %s\n", address.c_str());
     supervisor.StopAll();
     return 1;
   }
-  reservation.reset();
+  supervisor.ReleaseReservation();
   std::fprintf(stderr, "tovak-server: listening on %s, %d worker(s), TLS %s\n", address.c_str(),
                config.workers, config.tls() ? "on" : "off");
   if (!portFile.empty() && !WritePortFile(portFile, port)) {

@@ -1,5 +1,5 @@
 // The supervising process: reserves the listening port, starts the worker
-// processes, restarts a worker that dies, and stops them all on SIGTERM or
+// processes, replaces a worker that dies or fails to start, and stops them all on SIGTERM or
 // SIGINT.
 #ifndef TOVAK_SERVER_SUPERVISOR_H_
 #define TOVAK_SERVER_SUPERVISOR_H_
