@@ -60,6 +60,16 @@ bool Fail(std::string* error, const std::string& message) {
   return false;
 }
 
+bool ParseSeconds(const std::string& key, const std::string& value, int* seconds,
+                  std::string* error) {
+  long number = 0;
+  if (!ParseInt(value, 1, kMaxTimeoutSeconds, &number)) {
+    return Fail(error, key + ": expected seconds from 1 to " + std::to_string(kMaxTimeoutSeconds));
+  }
+  *seconds = static_cast<int>(number);
+  return true;
+}
+
 bool ApplyKey(const std::string& key, const std::string& value, ServerConfig* config,
               std::string* error) {
   long number = 0;
@@ -77,6 +87,10 @@ bool ApplyKey(const std::string& key, const std::string& value, ServerConfig* co
   } else if (key == "anonymous") {
     if (value != "allow" && value != "deny") return Fail(error, "anonymous: expected allow or deny");
     config->allowAnonymous = value == "allow";
+  } else if (key == "handshake_timeout") {
+    return ParseSeconds(key, value, &config->handshakeTimeoutSeconds, error);
+  } else if (key == "idle_timeout") {
+    return ParseSeconds(key, value, &config->idleTimeoutSeconds, error);
   } else if (StartsWith(key, "user.") && key.size() > 5) {
     config->userKeyFiles[key.substr(5)] = value;
   } else if (StartsWith(key, "site.")) {

@@ -5,6 +5,8 @@
 //   tls_certificate = /path/cert.pem  both or neither: TLS on when given
 //   tls_key = /path/key.pem
 //   anonymous = deny                  deny (default) or allow callers without credentials
+//   handshake_timeout = 10            seconds a new connection has to set up TLS and HTTP/2
+//   idle_timeout = 300                seconds a connection without calls is kept open
 //   user.NAME = /path/NAME.pub.pem    public key of an authorized user
 //   site.NAME.index = host/site::db   index database server name of a site
 //   site.NAME.setup = host/site       setup database server name of a site
@@ -31,6 +33,8 @@ struct ServerConfig {
   std::string tlsCertificateFile;  // empty: plain connections
   std::string tlsKeyFile;
   bool allowAnonymous = false;
+  int handshakeTimeoutSeconds = 10;
+  int idleTimeoutSeconds = 300;
   std::map<std::string, std::string> userKeyFiles;  // user name -> public key file
   std::map<std::string, SiteConfig> sites;          // lower-case site name
 
@@ -38,6 +42,7 @@ struct ServerConfig {
 };
 
 inline constexpr int kMaxWorkers = 64;
+inline constexpr int kMaxTimeoutSeconds = 86400;
 
 // Parses and checks the text of a configuration file. Returns false with a
 // message naming the offending line or key when the configuration is not

@@ -74,6 +74,11 @@ int RunWorker(const ServerConfig& config, const std::string& address, int readyF
   TimingDataService service(config, authorizer);
   grpc::ServerBuilder builder;
   builder.AddChannelArgument(GRPC_ARG_ALLOW_REUSEPORT, 1);
+  // A connection that never completes its set-up, or stays without calls, does not hold a
+  // descriptor for good; a client whose idle connection was closed connects again by itself.
+  builder.AddChannelArgument(GRPC_ARG_SERVER_HANDSHAKE_TIMEOUT_MS,
+                             config.handshakeTimeoutSeconds * 1000);
+  builder.AddChannelArgument(GRPC_ARG_MAX_CONNECTION_IDLE_MS, config.idleTimeoutSeconds * 1000);
   builder.AddListeningPort(address, credentials);
   builder.RegisterService(&service);
   std::unique_ptr<grpc::Server> server = builder.BuildAndStart();

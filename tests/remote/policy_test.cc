@@ -65,10 +65,12 @@ TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason)
   ServerConfig c;
   std::string error;
   ASSERT_TRUE(ParseServerConfig("listen = [::1]:5\nworkers = 8\nanonymous = allow\nsite.UBO.index"
-                                " = i", &c, &error));
+                                " = i\nidle_timeout = 86400\nhandshake_timeout = 1", &c, &error));
   EXPECT_EQ(c.listenHost + " " + std::to_string(c.listenPort) + " " + std::to_string(c.workers) +
-                " " + c.sites.at("ubo").indexServer + (c.tls() ? " TLS" : ""),
-            "::1 5 8 i");  // site names without regard to case
+                " " + c.sites.at("ubo").indexServer + (c.tls() ? " TLS" : "") + " " +
+                std::to_string(c.idleTimeoutSeconds) + " " +
+                std::to_string(c.handshakeTimeoutSeconds),
+            "::1 5 8 i 86400 1");  // site names without regard to case
 
   const std::string site = "anonymous = allow\nsite.ubo.index = /ubo\n";
   const std::string cases[][2] = {
@@ -79,6 +81,8 @@ TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason)
       {site + "site.ubo.database = x\n", "site.ubo.database"}, {site + "words\n", "line 3"},
       {"anonymous = allow\n", "no site"}, {"site.ubo.index = /ubo\n", "nobody"},
       {"anonymous = allow\nsite.ubo.setup = /ubo\n", "site.ubo.index"},
+      {site + "idle_timeout = 0\n", "idle_timeout"},
+      {site + "handshake_timeout = 86401\n", "handshake_timeout"},
   };
   for (const auto& [text, reason] : cases) {
     EXPECT_FALSE(ParseServerConfig(text, &c, &error)) << text;
