@@ -16,6 +16,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace tovak::testing {
 
@@ -104,6 +105,19 @@ class ServerProcess {
   }
   void Pause(bool stop) {
     if (pid_ > 0) kill(-pid_, stop ? SIGSTOP : SIGCONT);
+  }
+  // Sends signal to the supervisor and every worker, then reaps the supervisor.
+  void KillAll(int signal) {
+    if (pid_ > 0 && kill(-pid_, signal) == 0) waitpid(pid_, &status_, 0);
+    pid_ = -1;
+  }
+  // The worker processes the supervisor runs now.
+  std::vector<pid_t> Workers() const {
+    std::vector<pid_t> workers;
+    std::ifstream children("/proc/" + std::to_string(pid_) + "/task/" + std::to_string(pid_) +
+                           "/children");
+    for (pid_t pid = 0; children >> pid;) workers.push_back(pid);
+    return workers;
   }
   int port() const { return port_; }
   std::string Log() const { return ReadFile(log_); }

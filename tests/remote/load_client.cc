@@ -52,8 +52,8 @@ int main(int argc, char** argv) {
   for (size_t i = 0; i < order.size(); ++i) order[i] = i;
   long calls = 0, mismatches = 0, failures = 0;
   Clock::duration longest{};
-  const Clock::time_point end =
-      Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+  const Clock::time_point end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                                   std::chrono::duration<double>(seconds));
   while (Clock::now() < end) {
     std::shuffle(order.begin(), order.end(), random);
     for (size_t i = 0; i < order.size() && Clock::now() < end; ++i) {
@@ -64,16 +64,17 @@ int main(int argc, char** argv) {
       ++calls;
       const int status = std::atoi(answer.c_str());
       if (status <= TOVAK_E_NO_REMOTE && status >= TOVAK_E_REMOTE_SERVER) {
-        if (++failures <= 20) std::fprintf(stderr, "failure %d: %s\n", status, k.question.Text().c_str());
+        if (++failures <= 20)
+          std::fprintf(stderr, "failure %d: %s\n", status, k.question.Text().c_str());
       } else if (answer != k.answer && ++mismatches <= 5) {
-        std::fprintf(stderr, "mismatch: %s\n  direct: %s\n  remote: %s\n", k.question.Text().c_str(),
-                     k.answer.c_str(), answer.c_str());
+        std::fprintf(stderr, "mismatch: %s\n  direct: %s\n  remote: %s\n",
+                     k.question.Text().c_str(), k.answer.c_str(), answer.c_str());
       }
     }
   }
   tovakRelease();
-  std::printf("calls=%ld mismatches=%ld failures=%ld questions=%zu us_max=%lld\n", calls, mismatches,
-              failures, known.size(),
+  std::printf("calls=%ld mismatches=%ld failures=%ld questions=%zu us_max=%lld\n", calls,
+              mismatches, failures, known.size(),
               static_cast<long long>(
                   std::chrono::duration_cast<std::chrono::microseconds>(longest).count()));
   return 0;

@@ -5,7 +5,6 @@
 //
 // TOVAK_LOAD_SECONDS (default 10) and TOVAK_LOAD_CLIENTS (default 4) tune the run.
 #include <gtest/gtest.h>
-
 #include <spawn.h>
 
 #include <cstdio>
@@ -38,7 +37,7 @@ class LoadClient {
     posix_spawn_file_actions_addopen(&files, STDERR_FILENO, err_.c_str(), O_WRONLY | O_CREAT, 0600);
     const std::string secondsText = std::to_string(seconds), seed = std::to_string(index + 1);
     const char* argv[] = {TOVAK_LOAD_CLIENT_BINARY, site.c_str(), address.c_str(),
-                          secondsText.c_str(), seed.c_str(), nullptr};
+                          secondsText.c_str(),      seed.c_str(), nullptr};
     if (posix_spawn(&pid_, argv[0], &files, nullptr, const_cast<char**>(argv), environ) != 0) {
       pid_ = -1;
     }
@@ -104,11 +103,10 @@ TEST_P(LoadTest, EveryCallIsAnsweredWithTheAnswerToItsOwnQuestion) {
     calls += Field(line, "calls");
     longest = std::max(longest, Field(line, "us_max"));
   }
-  const std::string figures = std::to_string(clients) + " clients, " + std::to_string(workers) +
-                              " worker(s), " + std::to_string(seconds) + " s: " +
-                              std::to_string(calls) + " calls, " +
-                              std::to_string(calls / seconds) + " calls/s, slowest call " +
-                              std::to_string(longest) + " us";
+  const std::string figures =
+      std::to_string(clients) + " clients, " + std::to_string(workers) + " worker(s), " +
+      std::to_string(seconds) + " s: " + std::to_string(calls) + " calls, " +
+      std::to_string(calls / seconds) + " calls/s, slowest call " + std::to_string(longest) + " us";
   RecordProperty("load", figures);
   std::printf("load: %s\n", figures.c_str());
   EXPECT_EQ(server.Log().find("ended ("), std::string::npos) << server.Log();

@@ -26,9 +26,9 @@ std::string LinkNumbers(const Question& q, const char* server) {
   Text kind, text1, text2, source, word3;
   short num3 = -7, num4 = -7;
   int setting = -7, num8 = -7, pre = -7, interval = -7, host = -7;
-  const int status = tovakGetDTSinfox(q.unitOrDiag.c_str(), q.shot, q.subShot, q.key1, q.key2,
-                                      server, kind, text1, text2, &num3, &num4, &setting, &num8,
-                                      source, &pre, &interval, &host, word3);
+  const int status =
+      tovakGetDTSinfox(q.unitOrDiag.c_str(), q.shot, q.subShot, q.key1, q.key2, server, kind, text1,
+                       text2, &num3, &num4, &setting, &num8, source, &pre, &interval, &host, word3);
   const std::string numbers = Join(status, num3, num4, setting, num8, pre, interval, host);
   if (status != 0) return numbers;
   return Join(0, numbers, kind.bytes, text1.bytes, text2.bytes, source.bytes, word3.bytes);
@@ -38,8 +38,8 @@ std::string LinkTexts(const Question& q, const char* server) {
   Text kind, t1, t2, t3, t4, source, pre, interval, type, host, word3;
   int setting = -7, num8 = -7;
   const int status =
-      tovakGetDTSinfoCLK(q.unitOrDiag.c_str(), q.shot, q.subShot, q.key1, q.key2, server, kind,
-                         t1, t2, t3, t4, &setting, &num8, source, pre, interval, type, host, word3);
+      tovakGetDTSinfoCLK(q.unitOrDiag.c_str(), q.shot, q.subShot, q.key1, q.key2, server, kind, t1,
+                         t2, t3, t4, &setting, &num8, source, pre, interval, type, host, word3);
   if (status != 0) return Join(status, setting, num8);
   return Join(0, setting, num8, kind.bytes, t1.bytes, t2.bytes, t3.bytes, t4.bytes, source.bytes,
               pre.bytes, interval.bytes, type.bytes, host.bytes, word3.bytes);
@@ -76,8 +76,8 @@ std::string Question::Text() const {
 
 std::vector<Question> DemoQuestions() {
   std::vector<Question> questions;
-  for (const char* diag : {"Magnetics", "Bolometer", "ECE", "Interferometer", "Langmuir",
-                           "Spectroscopy"})
+  for (const char* diag :
+       {"Magnetics", "Bolometer", "ECE", "Interferometer", "Langmuir", "Spectroscopy"})
     for (unsigned shot : {120000u, 120050u})
       for (short sub : {0, 1})
         for (short key1 : {1, 2, 3})

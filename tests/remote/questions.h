@@ -16,7 +16,7 @@ struct Question {
   std::string unitOrDiag, module;  // diagnostic for the link questions, else the timing unit
   unsigned shot;
   short subShot;
-  short key1, key2;     // channel keys of the link questions; key1 is the channel of kParameters
+  short key1, key2;  // channel keys of the link questions; key1 is the channel of kParameters
   std::string Text() const;  // for messages
 };
 

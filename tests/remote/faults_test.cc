@@ -1,0 +1,395 @@
+// Faults around a real tovak-server, met through the library's public calls: the server killed,
+// paused or losing workers, clients sending it garbage, its database stopped. Each fault gives a
+// documented status within the deadline (with slack: a bound on a hang, not a speed goal), the
+// server neither crashes nor leaks, and the first call after recovery answers correctly.
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "remote/helpers.h"
+#include "remote/questions.h"
+#include "tovak/remote_client.h"
+#include "tovak/tovak.h"
+
+namespace tovak::testing {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr int kDeadlineMs = 3000;
+// A lookup may connect, select its site and call: three steps of one deadline each.
+constexpr milliseconds kCallBound{3 * kDeadlineMs + 5000};
+
+// A TCP connection to the server that speaks whatever the test sends.
+class RawConnection {
+ public:
+  explicit RawConnection(int port) : fd_(socket(AF_INET, SOCK_STREAM, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    connected_ = connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+  }
+  ~RawConnection() { close(fd_); }
+  RawConnection(const RawConnection&) = delete;
+  RawConnection& operator=(const RawConnection&) = delete;
+
+  bool connected() const { return connected_; }
+  void Send(const std::string& bytes) {
+    [[maybe_unused]] const ssize_t sent = send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  }
+  // Reads whatever the server sends until it closes the connection (true) or wait passes.
+  bool ClosedByServerWithin(milliseconds wait) {
+    const Clock::time_point end = Clock::now() + wait;
+    char buffer[4096];
+    for (;;) {
+      const auto left = std::chrono::duration_cast<milliseconds>(end - Clock::now()).count();
+      pollfd readable{fd_, POLLIN, 0};
+      if (left <= 0 || poll(&readable, 1, static_cast<int>(left)) != 1) return false;
+      if (recv(fd_, buffer, sizeof buffer, 0) <= 0) return true;
+    }
+  }
+
+ private:
+  int fd_;
+  bool connected_ = false;
+};
+
+const std::string kPreface("PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n");
+const std::string kEmptySettings("\0\0\0\x04\0\0\0\0\0", 9);
+
+std::string RandomBytes(size_t count, unsigned seed) {
+  std::mt19937 random(seed);
+  std::string bytes(count, '\0');
+  for (char& c : bytes) c = static_cast<char>(random());
+  return bytes;
+}
+
+// The start of a TLS 1.2 ClientHello record announcing more than it carries.
+std::string ClientHello() {
+  return std::string("\x16\x03\x01\x00\xa5\x01\x00\x00\xa1\x03\x03", 11) + RandomBytes(32, 7) +
+         std::string("\x00\x00\x02\x13\x01\x01\x00", 7) + std::string(80, '\0');
+}
+
+int DescriptorCount(pid_t pid) {
+  std::error_code error;
+  const std::filesystem::directory_iterator fds("/proc/" + std::to_string(pid) + "/fd", error);
+  return error ? -1 : static_cast<int>(std::distance(fds, std::filesystem::directory_iterator()));
+}
+
+// A PostgreSQL cluster of its own with the demo experiment (scripts/dbctl), stopped and removed at
+// the end: stopping the shared one would disturb the tests running beside this one.
+class PrivateCluster {
+ public:
+  PrivateCluster() : dbctl_(std::getenv("TOVAK_DBCTL") ? std::getenv("TOVAK_DBCTL") : "") {
+    Start("--fresh");
+  }
+  ~PrivateCluster() {
+    std::system((dbctl_ + " stop --remove " + dir_.File("") + " 2>/dev/null").c_str());
+  }
+  void Start(const std::string& option = "") {
+    Run(dbctl_ + " start " + option + " " + dir_.File("") + " >/dev/null");
+  }
+  void Stop() { Run(dbctl_ + " stop " + dir_.File("")); }
+  std::string socket() const { return dir_.File("socket"); }
+  // Stops or resumes the postmaster and every server process it started.
+  void Pause(bool stop) {
+    const pid_t postmaster = std::atoi(ReadFile(dir_.File("data/postmaster.pid")).c_str());
+    std::ifstream children("/proc/" + std::to_string(postmaster) + "/task/" +
+                           std::to_string(postmaster) + "/children");
+    for (pid_t pid = postmaster; pid > 0; pid = children >> pid ? pid : 0) {
+      kill(pid, stop ? SIGSTOP : SIGCONT);
+    }
+  }
+
+ private:
+  std::string dbctl_;
+  TempDir dir_;
+};
+
+class FaultTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    setenv("TOVAK_CONFIG", "/dev/null", 1);
+    setenv("TOVAK_DEADLINE_MS", std::to_string(kDeadlineMs).c_str(), 1);
+    for (const char* key : {"TOVAK_USER", "TOVAK_USER_KEY_FILE", "TOVAK_CA_FILE"}) unsetenv(key);
+    setTovakProtocolV1();
+    IndexNoClosing(1);
+    known_ = KnownAnswers("/ubo");
+    IndexNoClosing(0);
+    ASSERT_FALSE(known_.empty());
+  }
+  void TearDown() override { tovakRelease(); }
+
+  // Asks the next known question through the server at address and returns the status; checks
+  // that the call ends within kCallBound and that an answer is the right one.
+  int Ask(const std::string& address) {
+    setTovakProtocolV2((address_ = address).c_str());
+    const KnownAnswer& k = known_[next_++ % known_.size()];
+    const Clock::time_point start = Clock::now();
+    const std::string answer = tovak::testing::Ask(k.question, "/ubo");
+    const auto took = std::chrono::duration_cast<milliseconds>(Clock::now() - start);
+    EXPECT_LT(took, kCallBound) << k.question.Text();
+    const int status = std::atoi(answer.c_str());
+    if (status == 0) {
+      EXPECT_EQ(answer, k.answer) << k.question.Text();
+    }
+    return status;
+  }
+
+  // Asks until a call answers (true) or wait passes; every failure must be one of allowed.
+  bool AnswersWithin(const std::string& address, milliseconds wait, const std::set<int>& allowed) {
+    for (const Clock::time_point end = Clock::now() + wait; Clock::now() < end;) {
+      const int status = Ask(address);
+      if (status == 0) return true;
+      EXPECT_TRUE(allowed.count(status)) << status;
+      std::this_thread::sleep_for(milliseconds(100));
+    }
+    return false;
+  }
+
+  // The server ended well: no worker had to be replaced, no sanitizer report, exit status 0.
+  static void ExpectCleanEnd(ServerProcess& server) {
+    EXPECT_EQ(server.Log().find("ended ("), std::string::npos) << server.Log();
+    EXPECT_EQ(server.Stop(), 0);
+    EXPECT_EQ(server.Log().find("Sanitizer"), std::string::npos) << server.Log();
+  }
+
+  TempDir dir_;
+  std::vector<KnownAnswer> known_;
+  size_t next_ = 0;
+  std::string address_;  // the library keeps a pointer to it
+};
+
+// Statuses of a lookup whose server is gone: the call in flight, then the set-up.
+const std::set<int> kServerGone = {TOVAK_E_REMOTE_UNAVAILABLE, TOVAK_E_NO_REMOTE};
+
+TEST_F(FaultTest, KilledServerIsFoundAgainOnTheSamePort) {
+  ServerProcess first(dir_, "first", "anonymous = allow\nworkers = 2\n");
+  ASSERT_TRUE(first.listening()) << first.Log();
+  const int port = first.port();
+  const std::string address = first.Address("ubo");
+  std::unique_ptr<ServerProcess> server;
+  const struct {
+    int signal;
+    bool wholeGroup, duringCalls;
+  } cases[] = {{SIGTERM, false, false},
+               {SIGKILL, true, false},
+               {SIGTERM, false, true},
+               {SIGKILL, true, true}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(strsignal(c.signal)) + (c.duringCalls ? " during calls" : ""));
+    ServerProcess& current = server ? *server : first;
+    ASSERT_EQ(Ask(address), 0);
+    std::thread killer([&] {
+      if (c.duringCalls) std::this_thread::sleep_for(milliseconds(500));
+      if (c.wholeGroup) {
+        current.KillAll(c.signal);
+      } else {
+        EXPECT_EQ(current.Stop(), 0);  // gracefully
+      }
+    });
+    if (!c.duringCalls) killer.join();
+    int answered = 0, failed = 0;
+    for (const Clock::time_point end = Clock::now() + milliseconds(1500); Clock::now() < end;) {
+      const int status = Ask(address);
+      status == 0 ? ++answered : ++failed;
+      if (status != 0) {
+        EXPECT_TRUE(kServerGone.count(status)) << status;
+      }
+    }
+    if (killer.joinable()) killer.join();
+    EXPECT_EQ(answered > 0, c.duringCalls);
+    EXPECT_GT(failed, 0);
+    EXPECT_EQ(current.Log().find("Sanitizer"), std::string::npos) << current.Log();
+    server =
+        std::make_unique<ServerProcess>(dir_, "again", "anonymous = allow\nworkers = 2\n", port);
+    ASSERT_TRUE(server->listening()) << server->Log();
+    EXPECT_EQ(Ask(address), 0) << server->Log();  // the client connects again
+  }
+  ExpectCleanEnd(*server);
+}
+
+TEST_F(FaultTest, PausedServerGivesTheDeadlineAndASlowOneAnswersInTime) {
+  ServerProcess server(dir_, "paused", "anonymous = allow\n");
+  ASSERT_TRUE(server.listening()) << server.Log();
+  const std::string address = server.Address("ubo");
+  ASSERT_EQ(Ask(address), 0);
+  server.Pause(true);
+  EXPECT_EQ(Ask(address), TOVAK_E_REMOTE_DEADLINE);
+  EXPECT_EQ(Ask(address), TOVAK_E_NO_REMOTE);  // a new set-up gives up within its deadline too
+  server.Pause(false);
+  EXPECT_EQ(Ask(address), 0);
+  // Paused for less than the deadline: the answer comes late, but comes.
+  server.Pause(true);
+  std::thread resume([&] {
+    std::this_thread::sleep_for(milliseconds(kDeadlineMs / 4));
+    server.Pause(false);
+  });
+  EXPECT_EQ(Ask(address), 0);
+  resume.join();
+  ExpectCleanEnd(server);
+}
+
+TEST_F(FaultTest, KilledWorkersAreReplacedAndCallsGoOn) {
+  ServerProcess server(dir_, "workers", "anonymous = allow\nworkers = 2\n");
+  ASSERT_TRUE(server.listening()) << server.Log();
+  const std::string address = server.Address("ubo");
+  ASSERT_EQ(Ask(address), 0);
+  const struct {
+    size_t victims;
+    bool replacementToo;  // the victim's replacement is killed while it starts
+  } cases[] = {{1, false}, {2, false}, {1, true}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::to_string(c.victims) + (c.replacementToo ? " and its replacement" : ""));
+    const std::vector<pid_t> before = server.Workers();
+    ASSERT_EQ(before.size(), 2u);
+    std::vector<pid_t> victims(before.begin(), before.begin() + static_cast<long>(c.victims));
+    for (pid_t victim : victims) kill(victim, SIGKILL);
+    const auto known = [&](pid_t pid) {
+      return std::find(before.begin(), before.end(), pid) != before.end() ||
+             std::find(victims.begin(), victims.end(), pid) != victims.end();
+    };
+    for (int wait = 0; c.replacementToo && victims.size() == c.victims && wait < 1000; ++wait) {
+      for (pid_t pid : server.Workers()) {
+        if (!known(pid) && kill(pid, SIGKILL) == 0) victims.push_back(pid);
+      }
+      std::this_thread::sleep_for(milliseconds(5));
+    }
+    EXPECT_EQ(victims.size(), c.victims + (c.replacementToo ? 1 : 0));
+    const auto workers = [&] {  // those running now, or none while a victim is among them
+      std::vector<pid_t> now = server.Workers();
+      const bool stale =
+          std::find_first_of(now.begin(), now.end(), victims.begin(), victims.end()) != now.end();
+      return stale ? std::vector<pid_t>() : now;
+    };
+    std::vector<pid_t> now;
+    // The connection to a killed worker fails once; the next set-up finds a live one.
+    EXPECT_TRUE(AnswersWithin(address, milliseconds(15000), kServerGone));
+    for (int wait = 0; wait < 150 && (now = workers()).size() < 2; ++wait) {
+      std::this_thread::sleep_for(milliseconds(100));
+    }
+    ASSERT_EQ(now.size(), 2u) << server.Log();
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(Ask(address), 0);
+  }
+  EXPECT_NE(server.Log().find("ended (signal 9), starting another"), std::string::npos);
+  EXPECT_EQ(server.Stop(), 0);
+  EXPECT_EQ(server.Log().find("Sanitizer"), std::string::npos) << server.Log();
+}
+
+TEST_F(FaultTest, GarbageFromClientsNeitherStopsNorLeaksAndRealCallsAreAnswered) {
+  const std::string cert = MakeServerCert(dir_, "cert");
+  ServerProcess plain(dir_, "plain", "anonymous = allow\nworkers = 2\n");
+  ServerProcess tls(dir_, "tls",
+                    "anonymous = allow\nworkers = 2\ntls_certificate = " + cert +
+                        ".crt\ntls_key = " + cert + ".key\n");
+  ASSERT_TRUE(plain.listening()) << plain.Log();
+  ASSERT_TRUE(tls.listening()) << tls.Log();
+  setenv("TOVAK_CA_FILE", (cert + ".crt").c_str(), 1);
+  std::vector<std::pair<pid_t, int>> descriptors;  // of every worker, with a client connected
+  ASSERT_EQ(Ask(tls.Address("ubo", "grpcs")), 0);
+  tovakRelease();
+  ASSERT_EQ(Ask(plain.Address("ubo")), 0);
+  for (const ServerProcess* server : {&plain, &tls}) {
+    for (pid_t worker : server->Workers())
+      descriptors.emplace_back(worker, DescriptorCount(worker));
+  }
+  const struct {
+    const char* name;
+    const ServerProcess& server;
+    std::string bytes;
+    bool answered;  // the server ends the connection itself
+  } cases[] = {
+      {"random bytes", plain, RandomBytes(65536, 1), true},
+      {"HTTP/1.1 request", plain, "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n", true},
+      {"HTTP/2 preface then junk", plain, kPreface + RandomBytes(4096, 2), true},
+      {"TLS ClientHello to a plain server", plain, ClientHello(), true},
+      {"plain HTTP/2 to a TLS server", tls, kPreface + kEmptySettings, true},
+      {"random bytes to a TLS server", tls, RandomBytes(65536, 3), true},
+      // A SETTINGS frame announcing 100 bytes of which 2 come, then the client leaves.
+      {"half a frame", plain, kPreface + std::string("\0\0\x64\x04\0\0\0\0\0\0\x01", 11), false},
+      {"nothing at all", plain, "", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    RawConnection garbage(c.server.port());
+    ASSERT_TRUE(garbage.connected());
+    garbage.Send(c.bytes);
+    if (c.answered) {
+      EXPECT_TRUE(garbage.ClosedByServerWithin(milliseconds(10000)));
+    }
+    EXPECT_EQ(Ask(plain.Address("ubo")), 0);  // also while a half-sent or idle one stays open
+  }
+  {
+    std::vector<std::unique_ptr<RawConnection>> many;
+    for (int i = 0; i < 500; ++i) many.push_back(std::make_unique<RawConnection>(plain.port()));
+    for (auto& connection : many) connection->Send(kPreface + kEmptySettings);
+    EXPECT_EQ(Ask(plain.Address("ubo")), 0);
+  }
+  tovakRelease();
+  EXPECT_EQ(Ask(tls.Address("ubo", "grpcs")), 0);
+  tovakRelease();
+  EXPECT_EQ(Ask(plain.Address("ubo")), 0);
+  // Every connection the garbage opened is gone again: no descriptor stays behind.
+  for (const auto& [worker, count] : descriptors) {
+    int now = DescriptorCount(worker);
+    for (int wait = 0; wait < 100 && now != count; ++wait) {
+      std::this_thread::sleep_for(milliseconds(100));
+      now = DescriptorCount(worker);
+    }
+    EXPECT_EQ(now, count) << "worker " << worker;
+  }
+  for (ServerProcess* server : {&plain, &tls}) ExpectCleanEnd(*server);
+}
+
+TEST_F(FaultTest, ConnectionsThatNeverCallAreClosedAndAnIdleClientCarriesOn) {
+  ServerProcess server(dir_, "idle",
+                       "anonymous = allow\nhandshake_timeout = 1\nidle_timeout = 2\n");
+  ASSERT_TRUE(server.listening()) << server.Log();
+  ASSERT_EQ(Ask(server.Address("ubo")), 0);
+  RawConnection silent(server.port()), http2(server.port());
+  http2.Send(kPreface + kEmptySettings);
+  // The set-up time, then the idle time (a generous bound on both).
+  EXPECT_TRUE(silent.ClosedByServerWithin(milliseconds(1000 + 5000)));
+  EXPECT_TRUE(http2.ClosedByServerWithin(milliseconds(2000 + 5000)));
+  // The library's connection was closed as idle too; the next call connects again unnoticed.
+  EXPECT_EQ(Ask(server.Address("ubo")), 0);
+  ExpectCleanEnd(server);
+}
+
+TEST_F(FaultTest, DatabaseBehindTheServerStoppedOrPausedGivesStatusesAndRecovers) {
+  PrivateCluster database;
+  const std::string sharedHost = std::getenv("PGHOST");
+  setenv("PGHOST", database.socket().c_str(), 1);  // for the server only
+  ServerProcess server(dir_, "db", "anonymous = allow\n");
+  setenv("PGHOST", sharedHost.c_str(), 1);
+  ASSERT_TRUE(server.listening()) << server.Log();
+  const std::string address = server.Address("ubo");
+  ASSERT_EQ(Ask(address), 0);
+  // The server's lookups cannot open the index database: their status passes through.
+  database.Stop();
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(Ask(address), TOVAK_E_INDEX_OPEN);
+  database.Start();
+  EXPECT_EQ(Ask(address), 0);
+  // A database that stops answering holds the worker's lookup: the caller's deadline ends the call.
+  database.Pause(true);
+  EXPECT_EQ(Ask(address), TOVAK_E_REMOTE_DEADLINE);
+  database.Pause(false);
+  EXPECT_TRUE(AnswersWithin(address, milliseconds(10000), {TOVAK_E_NO_REMOTE}));
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(Ask(address), 0);
+  ExpectCleanEnd(server);
+}
+
+}  // namespace
+}  // namespace tovak::testing
