@@ -9,7 +9,6 @@ int StatusOfFailedCall(grpc::StatusCode code) {
     case grpc::StatusCode::UNAVAILABLE:
     case grpc::StatusCode::CANCELLED:
     case grpc::StatusCode::ABORTED:
-    case grpc::StatusCode::RESOURCE_EXHAUSTED:
       return TOVAK_E_REMOTE_UNAVAILABLE;
     case grpc::StatusCode::DEADLINE_EXCEEDED:
       return TOVAK_E_REMOTE_DEADLINE;
@@ -24,7 +23,9 @@ int StatusOfFailedCall(grpc::StatusCode code) {
     case grpc::StatusCode::DATA_LOSS:
     case grpc::StatusCode::UNKNOWN:
       return TOVAK_E_REMOTE_SERVER;
-    default:  // UNIMPLEMENTED, INVALID_ARGUMENT, OUT_OF_RANGE, ALREADY_EXISTS
+    // RESOURCE_EXHAUSTED: a request or answer larger than the receiver's limit (4 MiB): the
+    // server is there, it refused what it was sent.
+    default:  // UNIMPLEMENTED, INVALID_ARGUMENT, OUT_OF_RANGE, ALREADY_EXISTS, RESOURCE_EXHAUSTED
       return TOVAK_E_REMOTE_PROTOCOL;
   }
 }
