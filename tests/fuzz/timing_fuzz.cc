@@ -9,7 +9,10 @@
 //
 // Each step answers a documented status and leaves its outputs alone when
 // it fails, and the time base in one call equals the two steps taken one
-// after the other, converted to seconds.
+// after the other, converted to seconds. The same texts and numbers feed the
+// first-sample correction too (card type: clock module line; acquisition
+// mode: trigger module line; edges: the output lines), which answers 0 for
+// any of them.
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
@@ -166,6 +169,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   CheckTimeBase<double>(r, c, f, f.status);
   CheckTimeBase<float>(r, c, f, f.status);
+  int64_t adjust = kUnknown;
+  FUZZ_CHECK(tovakFirstSampleAdjust(r.clkModule.c_str(), r.trgModule.c_str(),
+                                    r.clockSource.c_str(), r.queryStatus, c.period, r.lastSample,
+                                    r.clkOutput.c_str(), r.trgOutput.c_str(),
+                                    static_cast<int>(r.axisLength), &adjust) == 0);
   FUZZ_CHECK(!IndexDb().is_open());
   tovak::fuzz::CheckCompanions();
   return 0;
