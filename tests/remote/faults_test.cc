@@ -220,9 +220,9 @@ TEST_F(FaultTest, KilledServerIsFoundAgainOnTheSamePort) {
     EXPECT_EQ(answered > 0, c.duringCalls);
     EXPECT_GT(failed, 0);
     EXPECT_EQ(current.Log().find("Sanitizer"), std::string::npos) << current.Log();
-    server =
-        std::make_unique<ServerProcess>(dir_, "again" + std::to_string(++round),  // a fresh port file
-                                        "anonymous = allow\nworkers = 2\n", port);
+    // A name of its own: a port file left by an earlier server would read as listening at once.
+    server = std::make_unique<ServerProcess>(dir_, "again" + std::to_string(++round),
+                                             "anonymous = allow\nworkers = 2\n", port);
     ASSERT_TRUE(server->listening()) << server->Log();
     EXPECT_EQ(Ask(address), 0) << server->Log();  // the client connects again
   }
