@@ -134,6 +134,12 @@ class Admin {
     return std::atoi((lockWaiter ? Await(sql) : Run(sql)).c_str());
   }
 
+  // Holds the link table until Run("COMMIT"): the library's link query waits.
+  void LockLinkTable() {
+    Run("BEGIN");
+    Run("LOCK TABLE dts_link IN ACCESS EXCLUSIVE MODE");
+  }
+
   bool Ended(int pid) {
     return Await("SELECT NOT EXISTS (SELECT FROM pg_stat_activity WHERE pid = " +
                  std::to_string(pid) + ")") == "t";
@@ -260,8 +266,7 @@ TEST_F(DbFaultTest, QueryBlockedByALockRunsOutOfTime) {
     SCOPED_TRACE(ModeName(keep));
     IndexNoClosing(keep);
     ASSERT_TRUE(Answered(LinkLookup()));
-    locker.Run("BEGIN");
-    locker.Run("LOCK TABLE dts_link IN ACCESS EXCLUSIVE MODE");
+    locker.LockLinkTable();
     const Lookup blocked = LinkLookup();
     EXPECT_EQ(blocked.status, TOVAK_E_NO_DTS_INFO);  // the link query failed
     EXPECT_GT(blocked.seconds, kQueryTimeout - kEarly);
@@ -293,8 +298,7 @@ TEST_F(DbFaultTest, SessionEndedByTheServerIsReplaced) {
     IndexNoClosing(keep);
     ASSERT_TRUE(Answered(LinkLookup()));
     // Ended during the query: the one retry, on a fresh session, answers.
-    locker.Run("BEGIN");
-    locker.Run("LOCK TABLE dts_link IN ACCESS EXCLUSIVE MODE");
+    locker.LockLinkTable();
     std::future<Lookup> lookup = std::async(std::launch::async, LinkLookup);
     const int first = admin.Session(true);
     admin.Run("SELECT pg_terminate_backend(" + std::to_string(first) + ")");
