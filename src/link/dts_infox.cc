@@ -61,13 +61,13 @@ class DecodingActions final : public OptionActions {
   }
 
   void ClkDTS(std::string_view kind, std::string_view name, std::string_view third) override {
-    if (!kind.empty()) *clkHostId_ = HostId(kind, name);
+    *clkHostId_ = HostId(kind, name);
     if (!third.empty()) CopyWord(clkDtsWord3_, third);
   }
 
  private:
   // 0 when the unit cannot be looked up: a kind other than the short forms,
-  // or a name that is missing or too long to hold.
+  // or a name too long to hold.
   int HostId(std::string_view kind, std::string_view name) {
     const Word unit(name);
     if (!IsClockUnitKind(kind) || unit.empty()) return 0;

@@ -5,14 +5,10 @@
 #include "access/session.h"
 #include "access/state.h"
 #include "access/text.h"
-#include "link/options_scan.h"
 #include "tovak/tovak.h"
 
 namespace tovak::link {
 namespace {
-
-// The options text is decoded from a working buffer of this many bytes.
-constexpr size_t kTextBufferSize = 256;
 
 struct KindName {
   const char* stored;
@@ -93,10 +89,6 @@ void ReadClockNumbers(const CRDBres& link, int* clockSetting, int* linkNum8) {
   *linkNum8 = ParseInt32(link.GetValue(0, 8));
 }
 
-std::string OptionsText(const CRDBres& link) {
-  std::string text = TrimmedCell(link, 9);
-  text.resize(WholeWordsWithin(text, kTextBufferSize - 1));
-  return text;
-}
+std::string OptionsText(const CRDBres& link) { return TrimmedCell(link, 9); }
 
 }  // namespace tovak::link

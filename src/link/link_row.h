@@ -54,7 +54,8 @@ void CopyLinkTexts(const CRDBres& link, const LinkTexts& out);
 // otherwise) and column 8.
 void ReadClockNumbers(const CRDBres& link, int* clockSetting, int* linkNum8);
 
-// Column 9, trimmed and limited to what the working text buffer holds.
+// Column 9, trimmed; ScanOptions decodes as much of it as the working
+// buffer holds.
 std::string OptionsText(const CRDBres& link);
 
 }  // namespace tovak::link

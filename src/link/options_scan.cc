@@ -11,6 +11,26 @@ namespace {
 
 bool IsSpace(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
 
+// Reads the words of an options text of which only the first
+// kOptionsTextLimit characters are held. A word that reaches past them
+// marks the text as cut there.
+class HeldWords {
+ public:
+  explicit HeldWords(std::string_view text) : text_(text) {}
+
+  std::string_view At(size_t pos) {
+    const std::string_view word = WordAt(text_, pos);
+    const size_t end = static_cast<size_t>(word.data() - text_.data()) + word.size();
+    if (!word.empty() && end > kOptionsTextLimit) cut_ = true;
+    return word;
+  }
+  bool cut() const { return cut_; }
+
+ private:
+  std::string_view text_;
+  bool cut_ = false;
+};
+
 }  // namespace
 
 std::string_view WordAt(std::string_view text, size_t pos) {
@@ -25,37 +45,33 @@ void CopyWord(char* dst, std::string_view word) {
   dst[word.size()] = '\0';
 }
 
-size_t WholeWordsWithin(std::string_view text, size_t limit) {
-  if (text.size() <= limit) return text.size();
-  size_t end = limit;
-  if (!IsSpace(text[end])) {
-    while (end > 0 && !IsSpace(text[end - 1])) --end;
-  }
-  return end;
-}
-
 int ScanOptions(std::string_view text, OptionActions& actions) {
+  HeldWords words(text);
   int status = 0;
   size_t p = 0;
   while (p < text.size()) {
-    const std::string_view word = WordAt(text, p);
+    const std::string_view word = words.At(p);
     const size_t q = p + word.size();
-    if (word == "PreSample") {
-      const std::string_view value = WordAt(text, q + 1);
-      actions.PreSample(value);
-      p = q + value.size() + 2;
-    } else if (word == "SampInterval") {
-      const std::string_view value = WordAt(text, q + 1);
-      actions.SampInterval(value);
+    if (word == "PreSample" || word == "SampInterval") {
+      const std::string_view value = words.At(q + 1);
+      if (words.cut()) break;
+      if (word == "PreSample") {
+        actions.PreSample(value);
+      } else {
+        actions.SampInterval(value);
+      }
       p = q + value.size() + 2;
     } else if (word == "ClkDTS") {
-      const std::string_view kind = WordAt(text, q + 1);
+      const std::string_view kind = words.At(q + 1);
       const size_t r = q + kind.size() + 2;
-      const std::string_view name = WordAt(text, r);
+      const std::string_view name = words.At(r);
       const size_t s = r + name.size() + 1;
-      const std::string_view third = WordAt(text, s);
-      actions.ClkDTS(kind, name, third);
+      const std::string_view third = words.At(s);
+      if (words.cut()) break;
+      if (!name.empty()) actions.ClkDTS(kind, name, third);
       p = s + third.size() + 1;
+    } else if (words.cut()) {
+      break;
     } else if (word == "notSupportedNow") {
       status = TOVAK_E_NOT_SUPPORTED;
       VerboseMessage("Not Supported DTS information.\n");

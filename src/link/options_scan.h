@@ -17,6 +17,7 @@ namespace tovak::link {
 
 // What a lookup does with a keyword's words. A word that is not there (the
 // keyword ends the text) arrives empty: a present word is never empty.
+// ClkDTS is called only with its kind and name; the third word may be empty.
 class OptionActions {
  public:
   virtual ~OptionActions() = default;
@@ -32,13 +33,19 @@ std::string_view WordAt(std::string_view text, size_t pos);
 // Copies a word whole into a caller buffer, NUL-terminated.
 void CopyWord(char* dst, std::string_view word);
 
-// Length of the longest start of text that holds at most limit characters
-// and cuts no word in two.
-size_t WholeWordsWithin(std::string_view text, size_t limit);
+// How much of an options text is decoded: the working buffer holds 255
+// characters and a NUL.
+constexpr size_t kOptionsTextLimit = 255;
 
-// Scans the whole text, calling actions for each keyword occurrence in
-// order. Returns TOVAK_E_NOT_SUPPORTED when a "notSupportedNow" word was
-// met, else 0.
+// Scans the text, calling actions for each keyword occurrence in order.
+// Returns TOVAK_E_NOT_SUPPORTED when a "notSupportedNow" word was met, else
+// 0.
+//
+// Only the first kOptionsTextLimit characters are decoded. The scan ends
+// at the first word that reaches past them; a keyword whose group it would
+// cut (the keyword itself, a value word, any of the ClkDTS words) sets
+// nothing, so no group is decoded from a part of itself. A ClkDTS group
+// without its name (the text ends after the kind) sets nothing either.
 //
 // Positions advance by word lengths plus one blank per separator, as the
 // text is written; a run of several white-space characters therefore sets

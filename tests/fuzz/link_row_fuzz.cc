@@ -103,12 +103,6 @@ bool IsNormalisedKind(const std::string& kind) {
   return false;
 }
 
-size_t Occurrences(const std::string& text, const std::string& word) {
-  size_t count = 0;
-  for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) ++count;
-  return count;
-}
-
 // An option word: within the part of the options text the lookups decode,
 // not empty, no white space.
 bool IsOptionWord(const std::string& word, const std::string& options) {
@@ -162,15 +156,16 @@ void CheckRead(const Row& row, const Decoded& d, const Texts& t) {
   FUZZ_CHECK(d.sampInterval != 0);
   CheckOptionValue(t.preSample.str(), d.preSample, 0);
   CheckOptionValue(t.sampInterval.str(), d.sampInterval, 1);
-  if (Occurrences(options, "ClkDTS") == 1) {
-    const std::string kind = t.clkDtsType.str(), host = t.clkDtsHost.str();
-    int expected = 0;
-    if (!host.empty() && host.size() <= kWordLimit) {
-      if (kind == "VME" || kind == "FPGA") expected = kHostIdBase + static_cast<int>(host.size());
-      if (kind == "CAMAC") expected = kCamacIdBase + static_cast<int>(host.size());
-    }
-    FUZZ_CHECK(d.clkHostId == expected);
+  // A ClkDTS group is taken with its kind and name or not at all, so the
+  // identifier and the two texts come from the same occurrence.
+  const std::string kind = t.clkDtsType.str(), host = t.clkDtsHost.str();
+  FUZZ_CHECK(kind.empty() == host.empty());
+  int expected = 0;
+  if (!host.empty() && host.size() <= kWordLimit) {
+    if (kind == "VME" || kind == "FPGA") expected = kHostIdBase + static_cast<int>(host.size());
+    if (kind == "CAMAC") expected = kCamacIdBase + static_cast<int>(host.size());
   }
+  FUZZ_CHECK(d.clkHostId == expected);
 }
 
 }  // namespace

@@ -74,7 +74,11 @@ TEST_F(LinkTest, OptionsText) {
       {"PreSample 4 SampInterval 4294967296 PreSample", "4|1|0|-|0|", "4|4294967296|-|-|-|0|"},
       {"PreSample " + w64 + " ClkDTS VME " + w64 + " W", "0|1|0|W|0|",
        w64 + "|-|VME|" + w64 + "|W|0|"},
-      {std::string(240, 'x') + " PreSample 12345", "0|1|0|-|0|", "-|-|-|-|-|0|"},  // cut at 255
+      // Cut at 255: a group the cut splits sets nothing.
+      {std::string(240, 'x') + " PreSample 12345", "0|1|0|-|0|", "-|-|-|-|-|0|"},
+      {std::string(240, 'x') + " ClkDTS VME m1 " + w64, "0|1|0|-|0|", "-|-|-|-|-|0|"},
+      // A ClkDTS without its name leaves the earlier one whole.
+      {"ClkDTS VME m1 W ClkDTS CAMAC", "0|1|41|W|0|", "-|-|VME|m1|W|0|"},
       {"notSupportedNow PreSample 5 ClkDTS VME m1 W", "5|1|41|W|-53|", "5|-|VME|m1|W|-53|"},
       // One separator counted per word: extra blanks set the reading position back.
       {"a   PreSample 5", "0|1|0|-|0|", "e|-|-|-|-|0|"},
