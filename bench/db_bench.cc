@@ -6,8 +6,7 @@
 // load on the machine affects both alike. Counters: ours_us, floor_us and
 // floor_ratio = ours / floor.
 //
-// The cluster: the one PGHOST names when TOVAK_BENCH_USE_PGHOST is set,
-// otherwise a private one made with scripts/dbctl for the run.
+// The cluster: see bench_cluster.h.
 #include <benchmark/benchmark.h>
 #include <libpq-fe.h>
 #include <unistd.h>
@@ -19,6 +18,7 @@
 #include <memory>
 #include <string>
 
+#include "bench_cluster.h"
 #include "db/index_db.h"
 #include "db/pg_connection.h"
 #include "db/setup_db.h"
@@ -29,31 +29,6 @@ namespace {
 constexpr char kPassword[] = "19981107quorblex3";
 using Clock = std::chrono::steady_clock;
 using ResultPtr = std::unique_ptr<CRDBres>;
-
-class BenchCluster {
- public:
-  BenchCluster() {
-    if (std::getenv("TOVAK_BENCH_USE_PGHOST") != nullptr) return;
-    std::string dir = (std::filesystem::temp_directory_path() / "tovak-bench-XXXXXX").string();
-    if (mkdtemp(dir.data()) == nullptr) return;
-    dir_ = dir;
-    if (Dbctl("start")) setenv("PGHOST", (dir_ + "/socket").c_str(), 1);
-  }
-  ~BenchCluster() {
-    if (dir_.empty()) return;
-    Dbctl("stop");
-    std::error_code ignored;
-    std::filesystem::remove_all(dir_, ignored);
-  }
-
- private:
-  bool Dbctl(const char* command) {
-    const std::string line = std::string("'") + TOVAK_DBCTL + "' " + command + " '" + dir_ +
-                             "' >/dev/null 2>&1";
-    return std::system(line.c_str()) == 0;
-  }
-  std::string dir_;
-};
 
 // Runs the floor and the measured work back to back, first one then the
 // other first in alternate iterations (whichever goes first wakes the

@@ -10,8 +10,7 @@
 // a fixed time, against servers with 1 and with 4 worker processes; counter
 // calls_per_s.
 //
-// The cluster: the one PGHOST names when TOVAK_BENCH_USE_PGHOST is set,
-// otherwise a private one made with scripts/dbctl for the run.
+// The cluster: see bench_cluster.h.
 #include <benchmark/benchmark.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -29,6 +28,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench_cluster.h"
 #include "tovak/remote_client.h"
 #include "tovak/tovak.h"
 
@@ -48,24 +48,17 @@ std::string ReadAll(const std::string& path) {
   return text.str();
 }
 
-// A private directory with the cluster (unless PGHOST is to be used), keys
-// and the servers' files.
+// A private directory with the keys and the servers' files, and the cluster.
 class Workspace {
  public:
   Workspace() {
     std::string dir = (fs::temp_directory_path() / "tovak-rbench-XXXXXX").string();
     if (mkdtemp(dir.data()) == nullptr) std::abort();
     dir_ = dir;
-    if (std::getenv("TOVAK_BENCH_USE_PGHOST") == nullptr) {
-      fs::create_directory(dir_ + "/pg");
-      ownCluster_ = Shell(std::string(TOVAK_DBCTL) + " start " + dir_ + "/pg");
-      if (ownCluster_) setenv("PGHOST", (dir_ + "/pg/socket").c_str(), 1);
-    }
     keys_ = Shell("openssl genpkey -algorithm ED25519 -out " + dir_ + "/alice.key") &&
             Shell("openssl pkey -in " + dir_ + "/alice.key -pubout -out " + dir_ + "/alice.pub");
   }
   ~Workspace() {
-    if (ownCluster_) Shell(std::string(TOVAK_DBCTL) + " stop " + dir_ + "/pg");
     std::error_code ignored;
     fs::remove_all(dir_, ignored);
   }
@@ -73,8 +66,8 @@ class Workspace {
   bool ready() const { return keys_; }
 
  private:
+  BenchCluster cluster_;
   std::string dir_;
-  bool ownCluster_ = false;
   bool keys_ = false;
 };
 

@@ -109,7 +109,8 @@ void Report::PrintJson(std::FILE* out) const {
     for (size_t r = 0; r < t.rows.size(); ++r) {
       json += r ? ",{" : "{";
       for (size_t i = 0; i < t.rows[r].size() && i < t.columns.size(); ++i) {
-        json += (i ? "," : "") + JsonString(t.columns[i]) + ":" + JsonLiteral(t.rows[r][i]);
+        if (i > 0) json += ",";
+        json += JsonString(t.columns[i]) + ":" + JsonLiteral(t.rows[r][i]);
       }
       json += "}";
     }
