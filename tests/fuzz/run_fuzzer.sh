@@ -4,31 +4,41 @@
 # The seed and regression folders are only read. The run starts from them
 # alone (WORKDIR/corpus is emptied first) with a fixed random seed and stops
 # after RUNS inputs, so the same commit always tries the same inputs. A
-# crash, leak, out-of-memory or broken property fails the test and leaves
-# the input that caused it in WORKDIR/artifacts; WORKDIR/stats holds the
-# run's figures. The time limit of one input only guards against a hang.
+# crash, leak, use of more than 2 GB or broken property fails the test and
+# leaves the input that caused it in WORKDIR/artifacts; WORKDIR/stats holds
+# the run's figures. The time limit of one input only guards against a hang.
 set -uo pipefail
 binary=$1 name=$2 seeds=$3 regressions=$4 work=$5 runs=$6 dictionary=${7:-}
 
-rm -rf "$work/corpus" "$work/artifacts"
-mkdir -p "$work/corpus" "$work/artifacts"
-inputs=("$work/corpus" "$seeds")
-[ -d "$regressions" ] && inputs+=("$regressions")
-options=(-seed=1 -runs="$runs" -reload=0 -timeout=120 -rss_limit_mb=2048 -max_len=4096
-         -print_final_stats=1 -artifact_prefix="$work/artifacts/")
-[ -n "$dictionary" ] && options+=(-dict="$dictionary")
-
 # libFuzzer feeds the values the target compares, addresses among them,
-# back into its mutations: with address randomisation off they are the same
-# on every run.
+# back into its mutations. So that they are the same on every run, wherever
+# the checkout lies: address randomisation is off, and the target sees the
+# same environment and arguments (relative paths inside WORKDIR).
 fixed_addresses=(setarch "$(uname -m)" -R)
 if ! "${fixed_addresses[@]}" true 2>/dev/null; then
   echo "fuzz target $name not run: address randomisation cannot be turned off here (setarch -R)"
   exit 1
 fi
 
+rm -rf "$work/corpus" "$work/artifacts" "$work/inputs"
+mkdir -p "$work/corpus" "$work/artifacts" "$work/inputs"
+cp "$binary" "$work/target"
+cp -r "$seeds" "$work/inputs/seeds"
+inputs=(corpus inputs/seeds)
+if [ -d "$regressions" ]; then
+  cp -r "$regressions" "$work/inputs/regressions"
+  inputs+=(inputs/regressions)
+fi
+options=(-seed=1 -runs="$runs" -reload=0 -timeout=120 -rss_limit_mb=2048
+         -max_len=4096 -print_final_stats=1 -artifact_prefix=artifacts/)
+if [ -n "$dictionary" ]; then
+  cp "$dictionary" "$work/inputs/dictionary"
+  options+=(-dict=inputs/dictionary)
+fi
+
 log=$work/fuzz.log
-"${fixed_addresses[@]}" "$binary" "${options[@]}" "${inputs[@]}" >"$log" 2>&1
+(cd "$work" && env -i PATH=/usr/bin:/bin HOME="/nonexistent" TOVAK_CONFIG=/dev/null LC_ALL=C \
+   TZ=UTC "${fixed_addresses[@]}" ./target "${options[@]}" "${inputs[@]}") >"$log" 2>&1
 status=$?
 
 executed=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)
