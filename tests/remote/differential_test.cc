@@ -182,6 +182,7 @@ class DifferentialTest : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(DifferentialTest, RemoteAnswersAsDirectAccess) {
   setenv("TOVAK_CONFIG", "/dev/null", 1);
+  setenv("TOVAK_DEADLINE_MS", "60000", 1);  // only a paused or gone server may end a call
   TempDir dir;
   ServerProcess server(dir, "server", "anonymous = allow\nworkers = 2\n");
   ASSERT_TRUE(server.listening()) << server.Log();

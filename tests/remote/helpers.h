@@ -1,5 +1,6 @@
 // Throwaway files and servers of the remote tests: a private directory, user keys and a server
 // certificate made with the openssl command, and a tovak-server on loopback, stopped by its PID.
+// Also the tests' one way to wait for something another process or thread does.
 #ifndef TOVAK_TESTS_REMOTE_HELPERS_H_
 #define TOVAK_TESTS_REMOTE_HELPERS_H_
 
@@ -27,6 +28,18 @@ inline void WriteFile(const std::string& path, const std::string& text) {
 inline std::string ReadFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// Checks condition every 10 ms until it holds (true) or guard passes (false). The guard only bounds
+// a hang: a test waits for what it needs, never for a time it hopes is long enough.
+inline constexpr std::chrono::minutes kGuard{1};
+template <class Condition>
+bool Eventually(Condition condition, std::chrono::milliseconds guard = kGuard) {
+  for (const auto end = std::chrono::steady_clock::now() + guard; !condition();) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return true;
 }
 
 inline void Run(const std::string& command) {
@@ -87,11 +100,11 @@ class ServerProcess {
       _exit(127);
     }
     setpgid(pid_, pid_);
-    for (int wait = 0; wait < 3000 && pid_ > 0 && port_ == 0; ++wait) {  // a minute at most
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    Eventually([&] {  // the file appears once every worker listens
+      if (pid_ > 0 && waitpid(pid_, &status_, WNOHANG) == pid_) pid_ = -1;
       port_ = std::atoi(ReadFile(portFile).c_str());
-      if (waitpid(pid_, &status_, WNOHANG) == pid_) pid_ = -1;
-    }
+      return port_ > 0 || pid_ < 0;
+    });
   }
   ~ServerProcess() { Stop(); }
 
