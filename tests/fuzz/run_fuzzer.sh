@@ -11,9 +11,9 @@ set -uo pipefail
 binary=$1 name=$2 seeds=$3 regressions=$4 work=$5 runs=$6 dictionary=${7:-}
 
 # libFuzzer feeds the values the target compares, addresses among them,
-# back into its mutations. So that they are the same on every run, wherever
-# the checkout lies: address randomisation is off, and the target sees the
-# same environment and arguments (relative paths inside WORKDIR).
+# back into its mutations. So that they are the same on every run of the
+# same binary: address randomisation is off, and the target sees the same
+# environment and arguments (relative paths inside WORKDIR).
 fixed_addresses=(setarch "$(uname -m)" -R)
 if ! "${fixed_addresses[@]}" true 2>/dev/null; then
   echo "fuzz target $name not run: address randomisation cannot be turned off here (setarch -R)"
