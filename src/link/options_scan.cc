@@ -20,13 +20,16 @@ class HeldWords {
 
   std::string_view At(size_t pos) {
     const std::string_view word = WordAt(text_, pos);
-    const size_t end = static_cast<size_t>(word.data() - text_.data()) + word.size();
-    if (!word.empty() && end > kOptionsTextLimit) cut_ = true;
+    if (!word.empty() && EndOf(word) > kOptionsTextLimit) cut_ = true;
     return word;
   }
   bool cut() const { return cut_; }
 
  private:
+  size_t EndOf(std::string_view word) const {
+    return static_cast<size_t>(word.data() - text_.data()) + word.size();
+  }
+
   std::string_view text_;
   bool cut_ = false;
 };
@@ -51,6 +54,7 @@ int ScanOptions(std::string_view text, OptionActions& actions) {
   size_t p = 0;
   while (p < text.size()) {
     const std::string_view word = words.At(p);
+    if (word.empty()) break;  // white space to the end
     const size_t q = p + word.size();
     if (word == "PreSample" || word == "SampInterval") {
       const std::string_view value = words.At(q + 1);

@@ -83,6 +83,8 @@ TEST_F(LinkTest, OptionsText) {
       // One separator counted per word: extra blanks set the reading position back.
       {"a   PreSample 5", "0|1|0|-|0|", "e|-|-|-|-|0|"},
       {"a  ClkDTS VME m1 W PreSample 57", "57|1|41|W|0|", "57|-|VME|m1|W|0|"},
+      // White space to the end of a long cell is passed over once, not at every position.
+      {"PreSample 5" + std::string(1 << 20, '\t'), "5|1|0|-|0|", "5|-|-|-|-|0|"},
       {"PreSample xy SampInterval a ClkDTS  5  xy ClkDTS", "0|1|0|y|0|", "xy|a|5|xy|y|0|"},
       {"PreSample\t\t5 SampInterval", "5|1|0|-|0|", "5|-|-|-|-|0|"},
   };
