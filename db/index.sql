@@ -251,6 +251,25 @@ CREATE FUNCTION dts_table_at(shot bigint, sub integer)
       JOIN dts_unit u USING (dts_id);
   END;
 
+-- Changes to the catalog tables (site, diag, dts_unit, host), counted: the
+-- library keeps their answers between lookups for as long as the count
+-- stands.
+CREATE TABLE catalog_change (version bigint NOT NULL);
+INSERT INTO catalog_change VALUES (1);
+
+CREATE FUNCTION count_catalog_change() RETURNS trigger
+  LANGUAGE plpgsql SECURITY DEFINER SET search_path = public
+  AS $$ BEGIN UPDATE catalog_change SET version = version + 1; RETURN NULL; END $$;
+
+CREATE TRIGGER site_change AFTER INSERT OR UPDATE OR DELETE OR TRUNCATE ON site
+  FOR EACH STATEMENT EXECUTE FUNCTION count_catalog_change();
+CREATE TRIGGER diag_change AFTER INSERT OR UPDATE OR DELETE OR TRUNCATE ON diag
+  FOR EACH STATEMENT EXECUTE FUNCTION count_catalog_change();
+CREATE TRIGGER dts_unit_change AFTER INSERT OR UPDATE OR DELETE OR TRUNCATE ON dts_unit
+  FOR EACH STATEMENT EXECUTE FUNCTION count_catalog_change();
+CREATE TRIGGER host_change AFTER INSERT OR UPDATE OR DELETE OR TRUNCATE ON host
+  FOR EACH STATEMENT EXECUTE FUNCTION count_catalog_change();
+
 -- Readers: one login role per site (see roles.sql), all members of
 -- tovak_reader, which may only read.
 GRANT USAGE ON SCHEMA public TO tovak_reader;

@@ -2,22 +2,33 @@
 #ifndef TOVAK_DB_INDEX_DB_H_
 #define TOVAK_DB_INDEX_DB_H_
 
-#include <utility>
+#include <cstdint>
+#include <memory>
+#include <vector>
 
+#include "db/catalog_cache.h"
 #include "db/pg_connection.h"
 #include "tovak/rdb.h"
 
 namespace tovak::db {
 
+// One connection per target (server, database and site) in use: changing
+// the target keeps the other connections as they are, so a process that
+// serves several sites does not reconnect at every change of site. At most
+// kMaxTargets are kept; the one used longest ago gives way.
 class PgIndexDb final : public CIndexDBComm {
  public:
-  void Configure(ConnectionParams params) { connection_.Configure(std::move(params)); }
-  PgConnection& connection() { return connection_; }
+  static constexpr size_t kMaxTargets = 8;
+
+  PgIndexDb() { Configure({}); }
+  // Makes `params` the target of the calls that follow.
+  void Configure(ConnectionParams params);
+  PgConnection& connection() { return current_->connection; }
 
   int open() override;
   // Ends the connection while swCloseEachTime is true.
   void Close() override;
-  // Ends the connection when force is non-zero, else as Close().
+  // Ends every connection when force is non-zero, else as Close().
   void ForceClose(int force) override;
   bool is_open() const override;
 
@@ -37,7 +48,18 @@ class PgIndexDb final : public CIndexDBComm {
                               unsigned int subshot) override;
 
  private:
-  PgConnection connection_;
+  struct Target {
+    PgConnection connection;
+    CheckedQueries queries{connection};
+    uint64_t lastUse = 0;
+  };
+
+  CheckedQueries& queries() { return current_->queries; }
+  void EndLookup();
+
+  std::vector<std::unique_ptr<Target>> targets_;
+  Target* current_ = nullptr;
+  uint64_t uses_ = 0;
 };
 
 }  // namespace tovak::db

@@ -72,8 +72,11 @@ int PgConnection::Open() {
   // The server ends a statement after the query timeout too, so that one the
   // library gave up on does not go on running (or waiting for a lock) and
   // holding a connection slot.
-  const std::string options =
-      "-c statement_timeout=" + std::to_string(QueryTimeoutSeconds() * 1000);
+  // Every statement is a keyed probe whose best plan does not depend on the
+  // values, so it is planned once per connection, not at every execution.
+  const std::string options = "-c statement_timeout=" +
+                              std::to_string(QueryTimeoutSeconds() * 1000) +
+                              " -c plan_cache_mode=force_generic_plan";
   // Keyword/value pairs, never a connection string built from the caller's
   // texts; expand_dbname stays off so a database name is only a name. Empty
   // values fall back to libpq's defaults (an empty host: PGHOST). Over TCP,
@@ -94,9 +97,9 @@ int PgConnection::Open() {
                                 nullptr};
   conn_.reset(PQconnectdbParams(keywords, values, 0));
   // Queries are sent and read without blocking, so that a wait for the
-  // server is always one that the deadline bounds.
+  // server is always one that the deadline bounds, and pipelined.
   if (conn_ == nullptr || PQstatus(conn_.get()) != CONNECTION_OK ||
-      PQsetnonblocking(conn_.get(), 1) != 0) {
+      PQsetnonblocking(conn_.get(), 1) != 0 || PQenterPipelineMode(conn_.get()) != 1) {
     Disconnect();
     return -1;
   }
@@ -107,6 +110,7 @@ int PgConnection::Open() {
 void PgConnection::Disconnect() {
   conn_.reset();
   prepared_.clear();
+  probeRefused_ = false;
 }
 
 bool PgConnection::IsOpen() const {
@@ -128,21 +132,38 @@ bool PgConnection::Broken() const {
 
 std::unique_ptr<PgResult> PgConnection::Query(const Statement& statement,
                                               std::initializer_list<Param> params) {
+  return Query(statement, params.begin(), static_cast<int>(params.size()), nullptr, nullptr);
+}
+
+std::unique_ptr<PgResult> PgConnection::Query(const Statement& statement, const Param* params,
+                                              int count, const Statement* probe,
+                                              std::string* probeValue) {
+  if (probeValue != nullptr) probeValue->clear();
+  if (count > kMaxParams) return std::make_unique<PgResult>();
   const char* values[kMaxParams] = {};
-  int count = 0;
-  for (const Param& param : params) {
-    if (count == kMaxParams) return std::make_unique<PgResult>();
-    values[count++] = param.value();
-  }
+  for (int i = 0; i < count; ++i) values[i] = params[i].value();
   const Deadline deadline =
       std::chrono::steady_clock::now() + std::chrono::seconds(QueryTimeoutSeconds());
   for (int attempt = 0; attempt < 2; ++attempt) {
     // The callers asked is_open() before their first query; a connection
     // that ended since is noticed by the query and retried.
     if (Broken() && Open() != 0) break;
-    Outcome outcome = Outcome::kFailed;
-    PGresultPtr rows = Execute(statement, values, count, deadline, &outcome);
-    if (rows != nullptr) return std::make_unique<PgResult>(std::move(rows));
+    PGresultPtr probed, rows;
+    const Call calls[] = {{probe, nullptr, 0, &probed}, {&statement, values, count, &rows}};
+    const bool probing = probe != nullptr && !probeRefused_;
+    const Outcome outcome = probing ? Execute(calls, 2, deadline) : Execute(calls + 1, 1, deadline);
+    if (outcome == Outcome::kFailed && probing && !HasStatus(probed.get(), PGRES_TUPLES_OK)) {
+      // A database without what the probe reads: go on without it.
+      probeRefused_ = true;
+      --attempt;
+      continue;
+    }
+    if (outcome == Outcome::kDone) {
+      if (probeValue != nullptr && PQntuples(probed.get()) > 0) {
+        *probeValue = PQgetvalue(probed.get(), 0, 0);
+      }
+      return std::make_unique<PgResult>(std::move(rows));
+    }
     // A connection that broke or still owes an answer is of no further use.
     if (outcome == Outcome::kLost || outcome == Outcome::kTimedOut) Disconnect();
     if (outcome != Outcome::kLost || MillisecondsLeft(deadline) == 0) break;
@@ -150,29 +171,54 @@ std::unique_ptr<PgResult> PgConnection::Query(const Statement& statement,
   return std::make_unique<PgResult>();
 }
 
-PGresultPtr PgConnection::Execute(const Statement& statement, const char* const* values,
-                                  int count, Deadline deadline, Outcome* outcome) {
+bool PgConnection::Send(const Call& call, std::set<std::string>* preparing) {
   PGconn* conn = conn_.get();
-  if (!prepared_.contains(statement.name)) {
-    const bool sent = PQsendPrepare(conn, statement.name, statement.sql, count, nullptr) == 1;
-    PGresultPtr done;
-    if (!Complete(sent, PGRES_COMMAND_OK, deadline, &done, outcome)) return nullptr;
-    prepared_.insert(statement.name);
+  const char* name = call.statement->name;
+  if (!prepared_.contains(name) && !preparing->contains(name)) {
+    if (PQsendPrepare(conn, name, call.statement->sql, call.count, nullptr) != 1) return false;
+    preparing->insert(name);
   }
-  const bool sent =
-      PQsendQueryPrepared(conn, statement.name, count, values, nullptr, nullptr, 0) == 1;
-  PGresultPtr rows;
-  if (!Complete(sent, PGRES_TUPLES_OK, deadline, &rows, outcome)) return nullptr;
-  return rows;
+  return PQsendQueryPrepared(conn, name, call.count, call.values, nullptr, nullptr, 0) == 1;
 }
 
-bool PgConnection::Complete(bool sent, ExecStatusType wanted, Deadline deadline,
-                            PGresultPtr* first, Outcome* outcome) {
-  *outcome = sent ? Collect(deadline, first) : Outcome::kFailed;
-  if (*outcome == Outcome::kDone && HasStatus(first->get(), wanted)) return true;
-  if (*outcome != Outcome::kTimedOut && Broken()) *outcome = Outcome::kLost;
-  if (*outcome == Outcome::kDone) *outcome = Outcome::kFailed;
-  return false;
+PgConnection::Outcome PgConnection::Execute(const Call* calls, int callCount,
+                                            Deadline deadline) {
+  // Commands in the pipeline, in order: a prepare (when new), then its
+  // execution, for each call. Results come back in the same order.
+  std::set<std::string> preparing;
+  struct Expected {
+    const char* prepares;  // the statement a prepare creates, else null
+    PGresultPtr* rows;
+  };
+  Expected expected[2 * 2];
+  int commands = 0;
+  for (int i = 0; i < callCount; ++i) {
+    const bool fresh = !prepared_.contains(calls[i].statement->name) &&
+                       !preparing.contains(calls[i].statement->name);
+    if (!Send(calls[i], &preparing)) return Broken() ? Outcome::kLost : Outcome::kFailed;
+    if (fresh) expected[commands++] = {calls[i].statement->name, nullptr};
+    expected[commands++] = {nullptr, calls[i].rows};
+  }
+  if (PQpipelineSync(conn_.get()) != 1) return Broken() ? Outcome::kLost : Outcome::kFailed;
+
+  bool done = true;
+  for (int i = 0; i < commands; ++i) {
+    PGresultPtr first;
+    const Outcome read = Collect(deadline, &first);
+    if (read != Outcome::kDone) return read;
+    const ExecStatusType wanted = expected[i].prepares ? PGRES_COMMAND_OK : PGRES_TUPLES_OK;
+    const bool ok = HasStatus(first.get(), wanted);
+    // A statement whose prepare failed is prepared again on its next use.
+    if (!ok && expected[i].prepares != nullptr) preparing.erase(expected[i].prepares);
+    done = done && ok;
+    if (expected[i].rows != nullptr) *expected[i].rows = std::move(first);
+  }
+  PGresultPtr sync;
+  const Outcome synced = Collect(deadline, &sync);
+  if (synced != Outcome::kDone) return synced;
+  if (!HasStatus(sync.get(), PGRES_PIPELINE_SYNC)) return Outcome::kLost;
+  prepared_.merge(preparing);
+  return done ? Outcome::kDone : Outcome::kFailed;
 }
 
 PgConnection::Outcome PgConnection::Collect(Deadline deadline, PGresultPtr* first) {
@@ -180,6 +226,11 @@ PgConnection::Outcome PgConnection::Collect(Deadline deadline, PGresultPtr* firs
     const Outcome waited = AwaitResult(deadline);
     if (waited != Outcome::kDone) return waited;
     PGresultPtr next(PQgetResult(conn_.get()));
+    // The sync's result stands alone: no end marker follows it.
+    if (next != nullptr && PQresultStatus(next.get()) == PGRES_PIPELINE_SYNC) {
+      *first = std::move(next);
+      return Outcome::kDone;
+    }
     if (next == nullptr) return Outcome::kDone;
     if (*first == nullptr) *first = std::move(next);
   }

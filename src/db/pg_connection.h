@@ -1,6 +1,8 @@
 // One libpq connection: its parameters, the statements prepared on it, the
 // time a query may take, and the single retry of a query whose connection
-// was lost.
+// was lost. Statements go out in pipeline mode, so that a query is one round
+// trip even when its statement is prepared on first use, and a query can be
+// sent together with the catalog version it is to be checked against.
 #ifndef TOVAK_DB_PG_CONNECTION_H_
 #define TOVAK_DB_PG_CONNECTION_H_
 
@@ -12,6 +14,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "db/pg_result.h"
 #include "tovak/rdb.h"
@@ -35,11 +38,19 @@ int ConnectTimeoutSeconds();
 // TOVAK_DB_QUERY_TIMEOUT when it holds a positive number, else 30.
 int QueryTimeoutSeconds();
 
+// Kinds of identifier the catalog queries answer.
+enum class IdKind { kNone, kSite, kDiag, kUnit };
+
 // A statement with parameters $1..$n, prepared under its name on first use
 // on each connection. Parameter types come from the SQL's context.
+// `answers`: the kind of identifier its one cell is; `params[n - 1]`: the
+// kind of identifier parameter $n is, when a caller may have read it from
+// the catalog.
 struct Statement {
   const char* name;
   const char* sql;
+  IdKind answers = IdKind::kNone;
+  IdKind params[5] = {};
 };
 
 // A query parameter in text form; a null text is SQL NULL.
@@ -50,6 +61,12 @@ class Param {
   Param(uint32_t value) : text_(std::to_string(value)) {}
 
   const char* value() const { return isNull_ ? nullptr : text_.c_str(); }
+  bool is_null() const { return isNull_; }
+  const std::string& text() const { return text_; }
+  void set_text(std::string text) {
+    isNull_ = false;
+    text_ = std::move(text);
+  }
 
  private:
   bool isNull_ = false;
@@ -63,11 +80,12 @@ using PGconnPtr = std::unique_ptr<PGconn, PGconnDeleter>;
 
 class PgConnection {
  public:
-  static constexpr int kMaxParams = 5;
+  static constexpr int kMaxParams = 5;  // the size of Statement::params
 
   // Records the parameters of the next Open(). Other parameters than the
   // connected ones end the connection, so that Open() reaches the new target.
   void Configure(ConnectionParams params);
+  const ConnectionParams& params() const { return params_; }
   // Connects unless connected; 0 on success, -1 on failure.
   int Open();
   void Disconnect();
@@ -83,6 +101,12 @@ class PgConnection {
   // owns the result.
   std::unique_ptr<PgResult> Query(const Statement& statement,
                                   std::initializer_list<Param> params);
+  // As Query, with the one-cell statement `probe` (no parameters) sent in the
+  // same round trip, just before it; *probeValue receives its cell, "" when
+  // it failed. A probe that the database refuses is not sent again on this
+  // connection.
+  std::unique_ptr<PgResult> Query(const Statement& statement, const Param* params, int count,
+                                  const Statement* probe, std::string* probeValue);
 
   PGconn* raw() const { return conn_.get(); }
 
@@ -92,14 +116,21 @@ class PgConnection {
   // deadline passed while the server owed an answer.
   enum class Outcome { kDone, kFailed, kLost, kTimedOut };
 
-  // The rows, or null with *outcome telling how the statement failed.
-  PGresultPtr Execute(const Statement& statement, const char* const* values, int count,
-                      Deadline deadline, Outcome* outcome);
-  // Reads the answer to the command just sent (sent is false when libpq
-  // refused to send it): true when its first result has the wanted status.
-  bool Complete(bool sent, ExecStatusType wanted, Deadline deadline, PGresultPtr* first,
-                Outcome* outcome);
-  // Reads every result of the command just sent, keeping the first.
+  // One statement of a round trip: its rows land in *rows.
+  struct Call {
+    const Statement* statement;
+    const char* const* values;
+    int count;
+    PGresultPtr* rows;
+  };
+
+  // Sends the calls in one pipeline (each statement prepared first when it is
+  // new on this connection) and reads their results. kDone when every call
+  // has its rows; otherwise how the round trip failed.
+  Outcome Execute(const Call* calls, int callCount, Deadline deadline);
+  // Queues the commands of one call; false when libpq refused one.
+  bool Send(const Call& call, std::set<std::string>* preparing);
+  // Reads the results of one command, keeping the first.
   Outcome Collect(Deadline deadline, PGresultPtr* first);
   // Waits until a result can be taken without blocking.
   Outcome AwaitResult(Deadline deadline);
@@ -108,6 +139,7 @@ class PgConnection {
   ConnectionParams params_;
   PGconnPtr conn_;
   std::set<std::string> prepared_;  // statement names prepared on conn_
+  bool probeRefused_ = false;      // the probe statement failed on conn_
 };
 
 }  // namespace tovak::db

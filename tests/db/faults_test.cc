@@ -225,7 +225,8 @@ TEST_F(DbFaultTest, PausedBackendRunsOutOfTime) {
     const Paused paused(backend);
     ASSERT_TRUE(paused.ok());
     const Lookup stuck = LinkLookup();
-    EXPECT_EQ(stuck.status, TOVAK_E_UNKNOWN_DIAG);  // the site query failed
+    // The ids come from the cache: the link query is the one that failed.
+    EXPECT_EQ(stuck.status, TOVAK_E_NO_DTS_INFO);
     EXPECT_GT(stuck.seconds, kQueryTimeout - kEarly);
     EXPECT_LT(stuck.seconds, kQueryTimeout + kSlack);
   }
@@ -271,6 +272,27 @@ TEST_F(DbFaultTest, QueryBlockedByALockRunsOutOfTime) {
   }
 }
 
+// Ids kept between lookups never outlive a change of the catalog: the
+// diagnostic's name moves to another id and back.
+TEST_F(DbFaultTest, KeptIdsFollowCatalogChanges) {
+  IndexNoClosing(1);
+  ASSERT_TRUE(Answered(LinkLookup()));
+  Admin admin;
+  ASSERT_TRUE(admin.ok());
+  admin.Run(
+      "BEGIN; UPDATE diag SET name = 'Magnetics-old' WHERE diag_id = 101;"
+      " INSERT INTO diag VALUES (901, 1, 'Magnetics');"
+      " INSERT INTO dts_link SELECT 901, first_shot, last_shot, sub_shot, ch_key1, ch_key2,"
+      " dts_kind, trigger_unit, trigger_module, clock_output, trigger_output, ext_clock,"
+      " clock_source, int_clock, record_length, 'PreSample 7' FROM dts_link"
+      " WHERE diag_id = 101; COMMIT");
+  EXPECT_EQ(LinkLookup().preSample, 7);
+  admin.Run(
+      "BEGIN; DELETE FROM dts_link WHERE diag_id = 901; DELETE FROM diag WHERE diag_id = 901;"
+      " UPDATE diag SET name = 'Magnetics' WHERE diag_id = 101; COMMIT");
+  EXPECT_TRUE(Answered(LinkLookup()));
+}
+
 TEST_F(DbFaultTest, SessionEndedByTheServerIsReplaced) {
   setenv("TOVAK_DB_QUERY_TIMEOUT", "20", 1);  // room for the steps while the query waits
   Admin admin, locker;  // the locker's transaction would freeze the admin's view
@@ -293,7 +315,9 @@ TEST_F(DbFaultTest, SessionEndedByTheServerIsReplaced) {
     // before its first query.
     if (keep) {
       EndIdleSession(admin);
-      EXPECT_EQ(CIndexDBComm::getInstance()->get_site_id("ubo"), 1);
+      const std::unique_ptr<CRDBres> link(
+          CIndexDBComm::getInstance()->get_DTS_information(101, 120100, 1, 1, 3));
+      EXPECT_EQ(link->GetLines(), 1);
       EndIdleSession(admin);
     }
     EXPECT_TRUE(Answered(LinkLookup()));
