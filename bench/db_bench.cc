@@ -1,10 +1,8 @@
 // Query latency of the index and setup connections, as ratios against a
-// floor measured in the same run on the same connection:
-//   queries on a kept-open connection   vs  a raw libpq "SELECT 1" on it;
+// floor measured in the same run (bench_pairs.h):
+//   queries on a kept-open connection   vs  a raw libpq "SELECT 1" on a
+//                                           connection to the same socket;
 //   open + Close of a fresh connection   vs  a raw PQconnectdbParams + PQfinish.
-// Each iteration runs the floor and the measured work back to back, so that
-// load on the machine affects both alike. Counters: ours_us, floor_us and
-// floor_ratio = ours / floor.
 //
 // The cluster: see bench_cluster.h.
 #include <benchmark/benchmark.h>
@@ -19,6 +17,7 @@
 #include <string>
 
 #include "bench_cluster.h"
+#include "bench_pairs.h"
 #include "db/index_db.h"
 #include "db/pg_connection.h"
 #include "db/setup_db.h"
@@ -27,50 +26,10 @@
 namespace {
 
 constexpr char kPassword[] = "19981107quorblex3";
-using Clock = std::chrono::steady_clock;
 using ResultPtr = std::unique_ptr<CRDBres>;
 
-// Runs the floor and the measured work back to back, first one then the
-// other first in alternate iterations (whichever goes first wakes the
-// server), and adds their durations.
-class Pairs {
- public:
-  void Run(benchmark::State& state, const std::function<void()>& floorWork,
-           const std::function<void()>& ourWork) {
-    const bool floorFirst = (count_++ % 2) == 0;
-    const double first = Timed(floorFirst ? floorWork : ourWork);
-    const double second = Timed(floorFirst ? ourWork : floorWork);
-    const double ours = floorFirst ? second : first;
-    floor_ += floorFirst ? first : second;
-    ours_ += ours;
-    state.SetIterationTime(ours);
-  }
-  void Report(benchmark::State& state) const {
-    const double n = static_cast<double>(state.iterations());
-    state.counters["ours_us"] = ours_ / n * 1e6;
-    state.counters["floor_us"] = floor_ / n * 1e6;
-    state.counters["floor_ratio"] = floor_ > 0 ? ours_ / floor_ : 0;
-  }
-
- private:
-  static double Timed(const std::function<void()>& work) {
-    const auto start = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - start).count();
-  }
-
-  long count_ = 0;
-  double ours_ = 0, floor_ = 0;
-};
-
-void SelectOne(PGconn* conn) {
-  PGresult* result = PQexec(conn, "SELECT 1");
-  if (PQresultStatus(result) != PGRES_TUPLES_OK) std::abort();
-  PQclear(result);
-}
-
-// One query on the kept-open index connection; the floor runs on the very
-// connection the library holds.
+// One query on the kept-open index connection; the floor runs on a raw
+// connection to the same socket.
 void KeptOpen(benchmark::State& state, const std::function<void(CIndexDBComm&)>& query) {
   CIndexDBComm::swCloseEachTime = false;
   CIndexDBComm::setup("", "5432", "index", "ubo", kPassword);
@@ -79,18 +38,14 @@ void KeptOpen(benchmark::State& state, const std::function<void(CIndexDBComm&)>&
     state.SkipWithError("cannot open the index database");
     return;
   }
-  auto& raw = static_cast<tovak::db::PgIndexDb&>(db);
+  const RawConnection raw("index");
   query(db);  // prepares the statement
   Pairs pairs;
   for (auto _ : state) {
-    pairs.Run(state, [&] { SelectOne(raw.connection().raw()); }, [&] { query(db); });
+    pairs.Run(state, [&] { raw.SelectOne(); }, [&] { query(db); });
   }
   pairs.Report(state);
   db.ForceClose(1);
-}
-
-void Check(bool ok) {
-  if (!ok) std::abort();
 }
 
 void BM_SiteId(benchmark::State& state) {
@@ -147,16 +102,12 @@ void BM_ConnectPerCall(benchmark::State& state) {
   CIndexDBComm::swCloseEachTime = true;
   CIndexDBComm::setup("", "5432", "index", "ubo", kPassword);
   CIndexDBComm& db = *CIndexDBComm::getInstance();
-  const std::string timeout = std::to_string(tovak::db::ConnectTimeoutSeconds());
-  const char* const keywords[] = {"dbname",          "user", "password",
-                                  "connect_timeout", nullptr};
-  const char* const values[] = {"index", "ubo", kPassword, timeout.c_str(), nullptr};
   Pairs pairs;
   for (auto _ : state) {
     pairs.Run(
         state,
         [&] {
-          PGconn* conn = PQconnectdbParams(keywords, values, 0);
+          PGconn* conn = RawConnection::Connect("index");
           Check(PQstatus(conn) == CONNECTION_OK);
           PQfinish(conn);
         },
@@ -176,10 +127,10 @@ void BM_SetupModules(benchmark::State& state) {
     state.SkipWithError("cannot open the setup database");
     return;
   }
-  auto& raw = static_cast<tovak::db::PgSetupDb&>(db);
+  const RawConnection raw("setup");
   Pairs pairs;
   for (auto _ : state) {
-    pairs.Run(state, [&] { SelectOne(raw.connection().raw()); },
+    pairs.Run(state, [&] { raw.SelectOne(); },
               [&] {
                 ResultPtr rows(db.get_dmod_diag_shot("Magnetics", 120100, 1));
                 Check(rows->GetLines() == 2);
