@@ -85,7 +85,7 @@ class Server {
     port_ = Space().File(name + ".port");
     std::ofstream(config) << "listen = 127.0.0.1:0\nworkers = " << workers
                           << "\nanonymous = allow\nuser.alice = " << Space().File("alice.pub")
-                          << "\nsite.ubo.index = /ubo\n";
+                          << "\nsite.ubo.index = /ubo\nsite.tsu.index = /tsu\n";
     std::remove(port_.c_str());
     pid_ = fork();
     if (pid_ == 0) {
@@ -97,17 +97,20 @@ class Server {
     for (int i = 0; i < 3000 && ReadAll(port_).empty(); ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    address_ = "grpc://127.0.0.1:" + std::to_string(std::atoi(ReadAll(port_).c_str())) + "/ubo";
+    port_ = std::to_string(std::atoi(ReadAll(port_).c_str()));
+  }
+  // The server's address for callers of a site.
+  std::string address(const char* site = "ubo") const {
+    return "grpc://127.0.0.1:" + port_ + "/" + site;
   }
   ~Server() {
     kill(pid_, SIGTERM);
     waitpid(pid_, nullptr, 0);
   }
-  const std::string& address() const { return address_; }
 
  private:
   pid_t pid_ = -1;
-  std::string port_, address_;
+  std::string port_;
 };
 
 int LookUp(const char* server) {
@@ -178,19 +181,23 @@ int ClientMain(const char* address, double seconds) {
 
 constexpr double kThroughputSeconds = 3.0;
 
+// Clients of one site (ubo), or of two sites in turn (ubo, tsu: each worker
+// then serves both).
 void BM_ServerThroughput(benchmark::State& state) {
   Space();
   const int clients = static_cast<int>(state.range(0));
   const int workers = static_cast<int>(state.range(1));
+  const bool mixed = state.range(2) != 0;
   Server server(workers);
   for (auto _ : state) {
     std::vector<std::pair<pid_t, std::string>> children;
     for (int i = 0; i < clients; ++i) {
       const std::string out = Space().File("client" + std::to_string(i) + ".out");
+      const std::string address = server.address(mixed && i % 2 == 1 ? "tsu" : "ubo");
       const pid_t pid = fork();
       if (pid == 0) {
         if (std::freopen(out.c_str(), "w", stdout) == nullptr) _exit(127);
-        execl("/proc/self/exe", "remote_bench", "--client", server.address().c_str(),
+        execl("/proc/self/exe", "remote_bench", "--client", address.c_str(),
               std::to_string(kThroughputSeconds).c_str(), static_cast<char*>(nullptr));
         _exit(127);
       }
@@ -209,9 +216,13 @@ void BM_ServerThroughput(benchmark::State& state) {
   }
   state.counters["clients"] = clients;
   state.counters["workers"] = workers;
+  state.SetLabel(mixed ? "two sites" : "one site");
 }
 BENCHMARK(BM_ServerThroughput)
-    ->ArgsProduct({{1, 4, 16}, {1, 4}})
+    ->ArgsProduct({{1, 4, 16}, {1, 4}, {0}})
+    ->Args({16, 2, 0})
+    ->Args({16, 2, 1})
+    ->Args({16, 4, 1})
     ->Iterations(1)
     ->UseRealTime()
     ->Unit(benchmark::kSecond);
