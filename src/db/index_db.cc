@@ -25,15 +25,13 @@ constexpr Statement kParameters = {
     "tovak_dts_parameters",
     "SELECT delay, dvd_range, dvd_magnification, pulse_width, repetition_count,"
     " base_rate, delay_preset, internal_delay"
-    " FROM dts_parameters_at($1, $2) WHERE dts_id = $3 AND module = $4"
-    " ORDER BY channel"};
+    " FROM dts_parameters_of($3, $4, $1, $2) ORDER BY channel"};
 constexpr Statement kModuleTable = {
     "tovak_dts_table_module",
-    "SELECT * FROM dts_table_at($3, $4) WHERE dts_id = $1 AND module = $2"
-    " ORDER BY channel"};
+    "SELECT * FROM dts_table_of($1, $2, $3, $4) ORDER BY channel"};
 constexpr Statement kUnitTable = {
     "tovak_dts_table_unit",
-    "SELECT * FROM dts_table_at($2, $3) WHERE dts_id = $1 ORDER BY unit_channel, module"};
+    "SELECT * FROM dts_unit_table_of($1, $2, $3) ORDER BY unit_channel, module"};
 constexpr Statement kHostName = {
     "tovak_host_name", "SELECT name FROM host WHERE host_number = $1"};
 constexpr Statement kHostId = {
@@ -46,7 +44,7 @@ constexpr Statement kChannelSettings = {
     "tovak_dmod_channels",
     "SELECT channel, range_volts, offset_volts, clock_hz, pre_samples, samples,"
     " clock_count, mode_flag"
-    " FROM dmod_channel_at($3, $4) WHERE key1 = $1 AND key2 = $2 ORDER BY channel"};
+    " FROM dmod_channel_of($1, $2, $3, $4) ORDER BY channel"};
 
 // Sub-shots and channel keys are stored as signed values; the unsigned
 // argument carries the signed 32-bit value (a 16-bit -1 arrives as
