@@ -140,6 +140,7 @@ SELECT m.key1, m.key2, v.first,
                unnest(ARRAY['PXI6143', 'PXI6133']) AS k) m;
 
 COMMIT;
+ANALYZE site, diag, dts_unit, host, dts_output, dts_link, dmod_channel;
 
 \connect setup
 SET client_min_messages = warning;
@@ -156,3 +157,4 @@ SELECT 'gen', d.name, 1 + v * :every::bigint,
        (SELECT 'D' || lpad(n::text, 3, '0') AS name
           FROM generate_series(1, :diagnostics) AS n) d;
 COMMIT;
+ANALYZE dmod_use;
