@@ -5,6 +5,9 @@
 -- applies to that sub-shot only and wins over a row without one. A site sees
 -- only its own rows: the site is the role it connects as.
 --
+-- The table as first laid out (schema version 1); the lookups come with the
+-- numbered steps in upgrade/.
+--
 -- Run as the cluster's superuser in the database "setup".
 
 SET client_min_messages = warning;
@@ -20,19 +23,6 @@ CREATE TABLE dmod_use (
   key2       text    NOT NULL,  -- card type
   UNIQUE NULLS NOT DISTINCT (site, diag, position, first_shot, sub_shot)
 );
-
-CREATE INDEX dmod_use_preference
-  ON dmod_use (site, diag, position, (sub_shot IS NULL), first_shot DESC);
-
-CREATE FUNCTION dmod_use_at(shot bigint, sub integer) RETURNS SETOF dmod_use
-  LANGUAGE sql STABLE PARALLEL SAFE
-  BEGIN ATOMIC
-    SELECT DISTINCT ON (u.site, u.diag, u.position) u.*
-      FROM dmod_use u
-     WHERE u.first_shot <= shot AND (u.last_shot IS NULL OR shot <= u.last_shot)
-       AND (u.sub_shot IS NULL OR u.sub_shot = sub)
-     ORDER BY u.site, u.diag, u.position, u.sub_shot IS NULL, u.first_shot DESC;
-  END;
 
 GRANT USAGE ON SCHEMA public TO tovak_reader;
 GRANT SELECT ON ALL TABLES IN SCHEMA public TO tovak_reader;

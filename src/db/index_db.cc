@@ -1,5 +1,5 @@
 // Queries of the index database. The rule of which row applies to a shot
-// lives in the database's *_at functions; these statements only select.
+// lives in the database's functions; these statements only select.
 #include "db/index_db.h"
 
 #include <algorithm>
@@ -29,20 +29,15 @@ constexpr Statement kParameters = {
     "tovak_dts_parameters",
     "SELECT delay, dvd_range, dvd_magnification, pulse_width, repetition_count,"
     " base_rate, delay_preset, internal_delay"
-    " FROM dts_parameters_at($1, $2) WHERE dts_id = $3 AND module = $4"
-    " ORDER BY channel",
+    " FROM dts_parameters_of($3, $4, $1, $2) ORDER BY channel",
     kNone,
     {kNone, kNone, kUnit}};
 constexpr Statement kModuleTable = {
-    "tovak_dts_table_module",
-    "SELECT * FROM dts_table_at($3, $4) WHERE dts_id = $1 AND module = $2"
-    " ORDER BY channel",
-    kNone,
-    {kUnit}};
+    "tovak_dts_table_module", "SELECT * FROM dts_table_of($1, $2, $3, $4) ORDER BY channel",
+    kNone, {kUnit}};
 constexpr Statement kUnitTable = {
     "tovak_dts_table_unit",
-    "SELECT * FROM dts_table_at($2, $3) WHERE dts_id = $1 ORDER BY unit_channel, module",
-    kNone,
+    "SELECT * FROM dts_unit_table_of($1, $2, $3) ORDER BY unit_channel, module", kNone,
     {kUnit}};
 constexpr Statement kHostName = {
     "tovak_host_name", "SELECT name FROM host WHERE host_number = $1"};
@@ -56,7 +51,7 @@ constexpr Statement kChannelSettings = {
     "tovak_dmod_channels",
     "SELECT channel, range_volts, offset_volts, clock_hz, pre_samples, samples,"
     " clock_count, mode_flag"
-    " FROM dmod_channel_at($3, $4) WHERE key1 = $1 AND key2 = $2 ORDER BY channel"};
+    " FROM dmod_channel_of($1, $2, $3, $4) ORDER BY channel"};
 
 // Sub-shots and channel keys are stored as signed values; the unsigned
 // argument carries the signed 32-bit value (a 16-bit -1 arrives as

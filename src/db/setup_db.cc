@@ -9,8 +9,7 @@ namespace {
 // The connected role is the site: a site sees only its own modules.
 constexpr Statement kModules = {
     "tovak_dmod_use",
-    "SELECT key1, key2 FROM dmod_use_at($2, $3)"
-    " WHERE site = session_user AND diag = $1 ORDER BY position"};
+    "SELECT key1, key2 FROM dmod_use_of(session_user, $1, $2, $3) ORDER BY position"};
 
 }  // namespace
 
