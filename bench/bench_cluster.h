@@ -29,12 +29,16 @@ class BenchCluster {
   BenchCluster(const BenchCluster&) = delete;
   BenchCluster& operator=(const BenchCluster&) = delete;
 
- private:
-  bool Dbctl(const char* command) const {
+  // True for a cluster of this run (not one PGHOST names).
+  bool owned() const { return !dir_.empty(); }
+  // Runs `dbctl COMMAND DIR ARGS`; true when it succeeded.
+  bool Dbctl(const std::string& command, const std::string& args = "") const {
     const std::string line = std::string("'") + TOVAK_DBCTL + "' " + command + " '" + dir_ +
-                             "' >/dev/null 2>&1";
+                             "' " + args + " >/dev/null 2>&1";
     return std::system(line.c_str()) == 0;
   }
+
+ private:
   std::string dir_;
 };
 

@@ -73,10 +73,12 @@ int PgConnection::Open() {
   // library gave up on does not go on running (or waiting for a lock) and
   // holding a connection slot.
   // Every statement is a keyed probe whose best plan does not depend on the
-  // values, so it is planned once per connection, not at every execution.
+  // values, so it is planned once per connection, not at every execution;
+  // compiling it (JIT, which a generic plan's estimate can set off) would
+  // cost more than running it ever does.
   const std::string options = "-c statement_timeout=" +
                               std::to_string(QueryTimeoutSeconds() * 1000) +
-                              " -c plan_cache_mode=force_generic_plan";
+                              " -c plan_cache_mode=force_generic_plan -c jit=off";
   // Keyword/value pairs, never a connection string built from the caller's
   // texts; expand_dbname stays off so a database name is only a name. Empty
   // values fall back to libpq's defaults (an empty host: PGHOST). Over TCP,
