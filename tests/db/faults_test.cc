@@ -96,8 +96,7 @@ class Paused {
   bool ok_;
 };
 
-// The tests' superuser session on the index database (of PGHOST's first
-// server when host is empty).
+// The tests' superuser session on the index database (host "": PGHOST's first).
 class Admin {
  public:
   explicit Admin(const std::string& host = "") {
@@ -306,7 +305,7 @@ TEST_F(DbFaultTest, SessionEndedByTheServerIsReplaced) {
 
 TEST_F(DbFaultTest, StandbyListedAfterTheServerAnswersOnceItStopped) {
   const std::string primary = std::getenv("PGHOST");
-  const std::string standby = std::string(std::getenv("TOVAK_PG_STANDBY_DIR")) + "/socket";
+  const std::string standby = std::string(std::getenv("TOVAK_PG_DIR")) + "-standby/socket";
   setenv("PGHOST", (primary + "," + standby).c_str(), 1);
   // The standby must hold all the server wrote before the server goes.
   const std::string written = Admin().Run("SELECT pg_current_wal_lsn()");
