@@ -2,6 +2,9 @@
 //   index: host[/site][::database]
 //   setup: host[/site][:port[:database]] or host[/site]::database
 // The site name becomes the database user; the password is the library's.
+// host may list several hosts, "h1,h2": libpq connects to the first that
+// answers, with the one port (or a port for each host) and the connection
+// time limit for each host.
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
@@ -36,6 +39,16 @@ const char* TakeSite(char* host) {
   return slash + 1;
 }
 
+// Host names hold no white space: what stands around the commas of a list
+// (which libpq would take as part of a name) is dropped.
+std::string HostList(const char* host) {
+  std::string list;
+  for (const char* c = host; *c != '\0'; ++c) {
+    if (std::isspace(static_cast<unsigned char>(*c)) == 0) list += *c;
+  }
+  return list;
+}
+
 void HandBackSite(char* siteOut, const char* site) {
   if (siteOut != nullptr) tovak::CopyBounded(siteOut, site, tovak::kSiteBufferSize);
 }
@@ -51,7 +64,7 @@ void IndexSetup(const char* server, char* site) {
     database = cut + 2;
   }
   const char* siteName = TakeSite(host);
-  CIndexDBComm::setup(host, kDefaultPort, database, siteName, kPassword);
+  CIndexDBComm::setup(HostList(host).c_str(), kDefaultPort, database, siteName, kPassword);
   HandBackSite(site, siteName);
 }
 
@@ -69,6 +82,6 @@ void SetupSetup(const char* server, char* site) {
     }
   }
   const char* siteName = TakeSite(host);
-  CSetupDBComm::setupInstance(host, port, database, siteName, kPassword);
+  CSetupDBComm::setupInstance(HostList(host).c_str(), port, database, siteName, kPassword);
   HandBackSite(site, siteName);
 }

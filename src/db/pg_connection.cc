@@ -81,7 +81,8 @@ int PgConnection::Open() {
                               " -c plan_cache_mode=force_generic_plan -c jit=off";
   // Keyword/value pairs, never a connection string built from the caller's
   // texts; expand_dbname stays off so a database name is only a name. Empty
-  // values fall back to libpq's defaults (an empty host: PGHOST). Over TCP,
+  // values fall back to libpq's defaults (an empty host: PGHOST). A list of
+  // hosts is tried in order, each with the whole connect_timeout. Over TCP,
   // keepalives and the user timeout end a wait on a peer that went away.
   const char* const keywords[] = {"host",             "port",
                                   "dbname",           "user",

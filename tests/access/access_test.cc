@@ -126,6 +126,8 @@ TEST_F(AccessTest, ServerNames) {
       {SetupSetup, "dbhost/Site:5433:sdb", "dbhost|5433|sdb|site|site"},
       {SetupSetup, "dbhost:", "dbhost||setup|ubo|ubo"},
       {SetupSetup, "dbhost:1:a:b", "dbhost|1|a:b|ubo|ubo"},
+      {IndexSetup, " h1 ,\th2/ubo::index", "h1,h2|5432|index|ubo|ubo"},
+      {SetupSetup, "h1, h2/tsu:5432,5433", "h1,h2|5432,5433|setup|tsu|tsu"},
   };
   for (const auto& [configure, server, parts] : cases) {
     EXPECT_EQ(Configured(configure, server.c_str()), parts);

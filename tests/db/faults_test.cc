@@ -2,6 +2,7 @@
 // own: stopped and restarted, paused, locked out, sessions ended. Each fault
 // gives its status within the configured times, and the call after recovery
 // succeeds, with the connection kept open and with close-after-each-call.
+// With a hot standby listed after it, the standby answers once it stopped.
 #include <gtest/gtest.h>
 #include <libpq-fe.h>
 #include <signal.h>
@@ -95,12 +96,12 @@ class Paused {
   bool ok_;
 };
 
-// The tests' superuser session on the index database.
+// The tests' superuser session on the index database (host "": PGHOST's first).
 class Admin {
  public:
-  Admin() {
-    const char* const keywords[] = {"dbname", "user", "password", nullptr};
-    const char* const values[] = {"index", "tovak_faults", "tovak_faults", nullptr};
+  explicit Admin(const std::string& host = "") {
+    const char* const keywords[] = {"host", "dbname", "user", "password", nullptr};
+    const char* const values[] = {host.c_str(), "index", "tovak_faults", "tovak_faults", nullptr};
     conn_.reset(PQconnectdbParams(keywords, values, 0));
   }
   bool ok() const { return PQstatus(conn_.get()) == CONNECTION_OK; }
@@ -324,6 +325,28 @@ TEST_F(DbFaultTest, SessionEndedByTheServerIsReplaced) {
     IndexNoClosing(0);
   }
   setenv("TOVAK_DB_QUERY_TIMEOUT", std::to_string(static_cast<int>(kQueryTimeout)).c_str(), 1);
+}
+
+TEST_F(DbFaultTest, StandbyListedAfterTheServerAnswersOnceItStopped) {
+  const std::string primary = std::getenv("PGHOST");
+  const std::string standby = std::string(std::getenv("TOVAK_PG_DIR")) + "-standby/socket";
+  setenv("PGHOST", (primary + "," + standby).c_str(), 1);
+  // The standby must hold all the server wrote before the server goes.
+  const std::string written = Admin().Run("SELECT pg_current_wal_lsn()");
+  EXPECT_EQ(Admin(standby).Await("SELECT pg_last_wal_replay_lsn() >= '" + written + "'"), "t");
+  IndexNoClosing(1);
+  ASSERT_TRUE(Answered(LinkLookup()));
+  ASSERT_TRUE(Dbctl("stop"));
+  for (const int keep : {1, 0}) {
+    SCOPED_TRACE(ModeName(keep));
+    IndexNoClosing(keep);
+    const Lookup lookup = LinkLookup();
+    EXPECT_TRUE(Answered(lookup));
+    EXPECT_LT(lookup.seconds, kConnectTimeout + kSlack);
+    EXPECT_EQ(SetupLookup(), "0 2");
+  }
+  EXPECT_TRUE(Dbctl("start"));
+  setenv("PGHOST", primary.c_str(), 1);
 }
 
 }  // namespace
