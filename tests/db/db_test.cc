@@ -1,5 +1,6 @@
 // The databases for real: every query over the demo experiment and the odd rows of
-// odd_data.sql; the close switch, refused and silent servers, a server restart.
+// odd_data.sql; the close switch, refused and silent servers (a server restart:
+// faults_test.cc).
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -191,29 +192,6 @@ TEST(DbTest, RefusedAndSilentServersFailInBoundedTime) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
   }
   close(silent);
-}
-
-TEST(DbTest, KeptConnectionOutlivesAServerRestart) {
-  struct OwnCluster {  // in a fresh directory, stopped and removed at the end
-    std::string dir = "/tmp/tovak-db-XXXXXX";
-    OwnCluster() { EXPECT_NE(mkdtemp(dir.data()), nullptr); }
-    ~OwnCluster() { Dbctl("stop --remove"); }
-    bool Dbctl(const std::string& command) const {
-      const char* dbctl = std::getenv("TOVAK_DBCTL");
-      const std::string line = "'" + std::string(dbctl ? dbctl : "false") + "' " + command;
-      return std::system((line + " '" + dir + "' >/dev/null 2>&1").c_str()) == 0;
-    }
-  } cluster;
-  ASSERT_TRUE(cluster.Dbctl("start"));
-  IndexNoClosing(1);
-  CIndexDBComm::setup((cluster.dir + "/socket").c_str(), "5432", "index", "ubo", kPassword);
-  CIndexDBComm& db = *CIndexDBComm::getInstance();
-  EXPECT_EQ(db.get_site_id("ubo"), 1);
-  ASSERT_TRUE(cluster.Dbctl("stop") && cluster.Dbctl("start"));
-  EXPECT_EQ(db.get_site_id("tsu"), 2);  // prepared again on a fresh connection
-  ASSERT_TRUE(cluster.Dbctl("stop"));
-  EXPECT_EQ(std::unique_ptr<CRDBres>(db.get_DTS_information(101, 120100, 1, 1, 1))->status, -1);
-  EXPECT_FALSE(db.is_open());
 }
 
 }  // namespace
