@@ -113,7 +113,6 @@ int PgConnection::Open() {
 void PgConnection::Disconnect() {
   conn_.reset();
   prepared_.clear();
-  probeRefused_ = false;
 }
 
 bool PgConnection::IsOpen() const {
@@ -153,14 +152,8 @@ std::unique_ptr<PgResult> PgConnection::Query(const Statement& statement, const 
     if (Broken() && Open() != 0) break;
     PGresultPtr probed, rows;
     const Call calls[] = {{probe, nullptr, 0, &probed}, {&statement, values, count, &rows}};
-    const bool probing = probe != nullptr && !probeRefused_;
-    const Outcome outcome = probing ? Execute(calls, 2, deadline) : Execute(calls + 1, 1, deadline);
-    if (outcome == Outcome::kFailed && probing && !HasStatus(probed.get(), PGRES_TUPLES_OK)) {
-      // A database without what the probe reads: go on without it.
-      probeRefused_ = true;
-      --attempt;
-      continue;
-    }
+    const Outcome outcome = probe != nullptr ? Execute(calls, 2, deadline)
+                                             : Execute(calls + 1, 1, deadline);
     if (outcome == Outcome::kDone) {
       if (probeValue != nullptr && PQntuples(probed.get()) > 0) {
         *probeValue = PQgetvalue(probed.get(), 0, 0);
@@ -193,7 +186,8 @@ PgConnection::Outcome PgConnection::Execute(const Call* calls, int callCount,
     const char* prepares;  // the statement a prepare creates, else null
     PGresultPtr* rows;
   };
-  Expected expected[2 * 2];
+  Expected expected[2 * kMaxCalls];
+  if (callCount > kMaxCalls) return Outcome::kFailed;
   int commands = 0;
   for (int i = 0; i < callCount; ++i) {
     const bool fresh = !prepared_.contains(calls[i].statement->name) &&

@@ -103,8 +103,7 @@ class PgConnection {
                                   std::initializer_list<Param> params);
   // As Query, with the one-cell statement `probe` (no parameters) sent in the
   // same round trip, just before it; *probeValue receives its cell, "" when
-  // it failed. A probe that the database refuses is not sent again on this
-  // connection.
+  // it failed (then the statement fails too).
   std::unique_ptr<PgResult> Query(const Statement& statement, const Param* params, int count,
                                   const Statement* probe, std::string* probeValue);
 
@@ -116,6 +115,8 @@ class PgConnection {
   // deadline passed while the server owed an answer.
   enum class Outcome { kDone, kFailed, kLost, kTimedOut };
 
+  // Statements in one round trip, at most.
+  static constexpr int kMaxCalls = 2;
   // One statement of a round trip: its rows land in *rows.
   struct Call {
     const Statement* statement;
@@ -139,7 +140,6 @@ class PgConnection {
   ConnectionParams params_;
   PGconnPtr conn_;
   std::set<std::string> prepared_;  // statement names prepared on conn_
-  bool probeRefused_ = false;      // the probe statement failed on conn_
 };
 
 }  // namespace tovak::db
