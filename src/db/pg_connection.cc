@@ -192,11 +192,12 @@ PgConnection::Outcome PgConnection::Execute(const Call* calls, int callCount,
   for (int i = 0; i < callCount; ++i) {
     const bool fresh = !prepared_.contains(calls[i].statement->name) &&
                        !preparing.contains(calls[i].statement->name);
-    if (!Send(calls[i], &preparing)) return Broken() ? Outcome::kLost : Outcome::kFailed;
+    // A pipeline cut short would leave the connection out of step.
+    if (!Send(calls[i], &preparing)) return Outcome::kLost;
     if (fresh) expected[commands++] = {calls[i].statement->name, nullptr};
     expected[commands++] = {nullptr, calls[i].rows};
   }
-  if (PQpipelineSync(conn_.get()) != 1) return Broken() ? Outcome::kLost : Outcome::kFailed;
+  if (PQpipelineSync(conn_.get()) != 1) return Outcome::kLost;
 
   bool done = true;
   for (int i = 0; i < commands; ++i) {

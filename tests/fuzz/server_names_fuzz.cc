@@ -2,7 +2,7 @@
 //   index: host[/site][::database]      setup: host[/site][:port[:database]]
 // Whatever the text (given as the argument, or through the environment when
 // the argument is null or empty), the connection is set up with the parts
-// it names, the site in lower case as the user, and the site handed back is
+// it names (the host without white space), the site in lower case as the user, and the site handed back is
 // cut to fit its 32-byte buffer.
 #include <cctype>
 #include <cstdlib>
@@ -33,10 +33,12 @@ std::string Lower(std::string text) {
   return text;
 }
 
-// host[/site] into host and user.
+// host[/site] into host (white space dropped) and user.
 void SplitSite(const std::string& hostAndSite, Expected& expected) {
   const size_t slash = hostAndSite.find('/');
-  expected.host = hostAndSite.substr(0, slash);
+  for (const char c : hostAndSite.substr(0, slash)) {
+    if (std::isspace(static_cast<unsigned char>(c)) == 0) expected.host += c;
+  }
   if (slash != std::string::npos) expected.user = Lower(hostAndSite.substr(slash + 1));
 }
 
