@@ -79,6 +79,8 @@ std::unique_ptr<PgResult> CheckedQueries::Run(const Statement& statement,
   std::unique_ptr<PgResult> result =
       connection_.Query(statement, params.data(), static_cast<int>(params.size()),
                         &kCatalogVersion, version);
+  // Counts of different servers (the hosts of a list) are not comparable.
+  if (!version->empty()) *version = connection_.Server() + "#" + *version;
   if (!version->empty() && *version != version_) {
     cached_.clear();
     version_ = *version;

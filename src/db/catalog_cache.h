@@ -4,7 +4,8 @@
 // The index database counts changes to its catalog tables in
 // catalog_change. Every query goes out together with that count, in the same
 // round trip, so each answer comes with the catalog version it was read at.
-// Cached answers hold for one version: a newer one empties the cache. The
+// Cached answers hold for one version of one server (a name may list
+// several hosts): another version, or another server, empties the cache. The
 // identifiers a lookup was handed (from the cache or not) are checked when
 // its next data query comes back: when they were read at another version,
 // they are read again, and when one of them changed the data query runs

@@ -128,6 +128,14 @@ bool PgConnection::IsOpen() const {
   return PQstatus(conn) == CONNECTION_OK;
 }
 
+std::string PgConnection::Server() const {
+  PGconn* conn = conn_.get();
+  if (conn == nullptr) return "";
+  const char* host = PQhost(conn);
+  const char* port = PQport(conn);
+  return std::string(host ? host : "") + ":" + (port ? port : "");
+}
+
 bool PgConnection::Broken() const {
   return conn_ == nullptr || PQstatus(conn_.get()) == CONNECTION_BAD;
 }

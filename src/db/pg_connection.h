@@ -108,6 +108,8 @@ class PgConnection {
                                   const Statement* probe, std::string* probeValue);
 
   PGconn* raw() const { return conn_.get(); }
+  // "host:port" of the server the open connection reached (one of a list).
+  std::string Server() const;
 
  private:
   using Deadline = std::chrono::steady_clock::time_point;
