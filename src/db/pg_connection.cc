@@ -175,12 +175,11 @@ std::unique_ptr<PgResult> PgConnection::Query(const Statement& statement, const 
   return std::make_unique<PgResult>();
 }
 
-bool PgConnection::Send(const Call& call, std::set<std::string>* preparing) {
+bool PgConnection::Send(const Call& call, bool prepare) {
   PGconn* conn = conn_.get();
   const char* name = call.statement->name;
-  if (!prepared_.contains(name) && !preparing->contains(name)) {
-    if (PQsendPrepare(conn, name, call.statement->sql, call.count, nullptr) != 1) return false;
-    preparing->insert(name);
+  if (prepare && PQsendPrepare(conn, name, call.statement->sql, call.count, nullptr) != 1) {
+    return false;
   }
   return PQsendQueryPrepared(conn, name, call.count, call.values, nullptr, nullptr, 0) == 1;
 }
@@ -189,7 +188,6 @@ PgConnection::Outcome PgConnection::Execute(const Call* calls, int callCount,
                                             Deadline deadline) {
   // Commands in the pipeline, in order: a prepare (when new), then its
   // execution, for each call. Results come back in the same order.
-  std::set<std::string> preparing;
   struct Expected {
     const char* prepares;  // the statement a prepare creates, else null
     PGresultPtr* rows;
@@ -198,11 +196,12 @@ PgConnection::Outcome PgConnection::Execute(const Call* calls, int callCount,
   if (callCount > kMaxCalls) return Outcome::kFailed;
   int commands = 0;
   for (int i = 0; i < callCount; ++i) {
-    const bool fresh = !prepared_.contains(calls[i].statement->name) &&
-                       !preparing.contains(calls[i].statement->name);
+    const char* name = calls[i].statement->name;
+    const bool prepare = !prepared_.contains(name) &&
+                         (i == 0 || calls[i].statement != calls[0].statement);
     // A pipeline cut short would leave the connection out of step.
-    if (!Send(calls[i], &preparing)) return Outcome::kLost;
-    if (fresh) expected[commands++] = {calls[i].statement->name, nullptr};
+    if (!Send(calls[i], prepare)) return Outcome::kLost;
+    if (prepare) expected[commands++] = {name, nullptr};
     expected[commands++] = {nullptr, calls[i].rows};
   }
   if (PQpipelineSync(conn_.get()) != 1) return Outcome::kLost;
@@ -215,7 +214,7 @@ PgConnection::Outcome PgConnection::Execute(const Call* calls, int callCount,
     const ExecStatusType wanted = expected[i].prepares ? PGRES_COMMAND_OK : PGRES_TUPLES_OK;
     const bool ok = HasStatus(first.get(), wanted);
     // A statement whose prepare failed is prepared again on its next use.
-    if (!ok && expected[i].prepares != nullptr) preparing.erase(expected[i].prepares);
+    if (ok && expected[i].prepares != nullptr) prepared_.insert(expected[i].prepares);
     done = done && ok;
     if (expected[i].rows != nullptr) *expected[i].rows = std::move(first);
   }
@@ -223,7 +222,6 @@ PgConnection::Outcome PgConnection::Execute(const Call* calls, int callCount,
   const Outcome synced = Collect(deadline, &sync);
   if (synced != Outcome::kDone) return synced;
   if (!HasStatus(sync.get(), PGRES_PIPELINE_SYNC)) return Outcome::kLost;
-  prepared_.merge(preparing);
   return done ? Outcome::kDone : Outcome::kFailed;
 }
 

@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <set>
@@ -131,8 +132,9 @@ class PgConnection {
   // new on this connection) and reads their results. kDone when every call
   // has its rows; otherwise how the round trip failed.
   Outcome Execute(const Call* calls, int callCount, Deadline deadline);
-  // Queues the commands of one call; false when libpq refused one.
-  bool Send(const Call& call, std::set<std::string>* preparing);
+  // Queues the commands of one call, its prepare first when `prepare`;
+  // false when libpq refused one.
+  bool Send(const Call& call, bool prepare);
   // Reads the results of one command, keeping the first.
   Outcome Collect(Deadline deadline, PGresultPtr* first);
   // Waits until a result can be taken without blocking.
@@ -141,7 +143,7 @@ class PgConnection {
 
   ConnectionParams params_;
   PGconnPtr conn_;
-  std::set<std::string> prepared_;  // statement names prepared on conn_
+  std::set<std::string, std::less<>> prepared_;  // statement names prepared on conn_
 };
 
 }  // namespace tovak::db
