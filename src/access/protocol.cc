@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "access/remote_address.h"
 #include "access/state.h"
 #include "tovak/client_env.h"
 #include "tovak/remote_client.h"
@@ -31,8 +32,6 @@ const Scheme* MatchScheme(const char* url) {
   }
   return nullptr;
 }
-
-constexpr char kDefaultSite[] = "ubo";
 
 }  // namespace
 
@@ -72,23 +71,11 @@ char* CheckV2scheme(char* url, int* tls) {
 
 CmonoMirvoDataClient* tDataClientSetup(const char* server) {
   const char* address = ServerV2Name != nullptr ? ServerV2Name : server;
-  std::string copy;
-  const char* host = nullptr;
-  const char* site = nullptr;
-  int port = 0;
   int tls = -1;  // -1: no scheme, the client's setting stays as it is
-  if (address != nullptr) {
-    copy = address;
-    char* rest = CheckV2scheme(copy.data(), &tls);
-    // Both separators are located before either cut is made.
-    char* colon = std::strchr(rest, ':');
-    char* slash = std::strchr(rest, '/');
-    if (colon != nullptr) *colon = '\0';
-    if (slash != nullptr) *slash = '\0';
-    host = rest;
-    if (colon != nullptr) port = static_cast<int>(std::strtol(colon + 1, nullptr, 10));
-    site = (slash != nullptr && slash[1] != '\0') ? slash + 1 : kDefaultSite;
-  }
+  tovak::RemoteAddress parts;
+  if (address != nullptr) parts = tovak::ParseRemoteAddress(cCheckV2scheme(address, &tls));
+  const char* host = address != nullptr ? parts.host.c_str() : nullptr;
+  const char* site = address != nullptr ? parts.site.c_str() : nullptr;
 
   CmonoMirvoDataClient* client = CmonoMirvoDataClient::getInstance();
   if (tls != -1) client->tlsEnabled = tls;
@@ -96,7 +83,7 @@ CmonoMirvoDataClient* tDataClientSetup(const char* server) {
   client->setExtraKeyFile(CClientEnvironment::getEnv("TOVAK_USER_KEY_FILE"));
   client->setExtraPassPhrase(CClientEnvironment::getEnv("TOVAK_USER_KEY_PASSPHRASE"));
 
-  switch (client->Connect(host, port)) {
+  switch (client->Connect(host, parts.port)) {
     case 0:
       return client->SelectSite(site, 0) == 0 ? client : nullptr;
     case 1:

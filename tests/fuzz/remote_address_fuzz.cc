@@ -1,12 +1,14 @@
-// Remote server addresses [scheme]host[:port][/site] and the settings read
-// with them. Input lines: the address; the TOVAK_DEADLINE_MS setting (none
+// Remote server addresses [scheme]host[:port][/site] (also host/site:port)
+// and the settings read with them. Input lines: the address; the TOVAK_DEADLINE_MS setting (none
 // without the line); what the client's Connect answers; what its
 // SelectSite answers.
 //
 // The scheme is recognised the same way by every function that looks at
-// it, a scheme decides the protocol, the client connects to the host and
-// port the address names with the TLS choice of its scheme and selects the
-// named site, and the deadline read is always positive.
+// it, a scheme decides the protocol, the client is asked to connect to a
+// host and port the address names (port 0, which it refuses, when the
+// address names none in 1..65535) with the TLS choice of its scheme and to
+// select the named site, and the deadline read is always positive.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -56,55 +58,80 @@ void CheckSchemeFunctions(const std::string& address, const Scheme* scheme) {
   FUZZ_CHECK(isTovakProtocolV2("grpc://elsewhere") == (scheme != nullptr ? 1 : 0));
 }
 
-// What the address names, read with std::string rather than cut in place.
+// What one set-up handed to the client, read back from its log.
 struct Target {
   std::string host;
   int port = 0;
-  std::string site = "ubo";
+  std::string site;
 };
 
-Target TargetOf(const std::string& address, const Scheme* scheme) {
-  const std::string rest = address.substr(scheme != nullptr ? std::strlen(scheme->prefix) : 0);
-  const size_t colon = rest.find(':'), slash = rest.find('/');
-  Target target;
-  target.host = rest.substr(0, std::min(colon, slash));
-  if (colon != std::string::npos) {
-    target.port = static_cast<int>(std::strtol(rest.c_str() + colon + 1, nullptr, 10));
-  }
-  if (slash != std::string::npos) {
-    const size_t end = colon != std::string::npos && colon > slash ? colon : rest.size();
-    const std::string site = rest.substr(slash + 1, end - slash - 1);
-    if (!site.empty()) target.site = site;
-  }
-  return target;
-}
-
-// The configured address picks the protocol and the client's target.
-void CheckClientSetup(const std::string& address, const Scheme* scheme, int connectAnswer,
-                      int selectAnswer) {
+Target SetUp(const std::string& address, int connectAnswer, int selectAnswer) {
   ResetCompanions();
   SetConfig("KOVD_GRPC", address);
   SetConfig("TOVAK_USER", "alice");
   auto& client = Client();
   client.connectResult = connectAnswer;
   client.selectSiteResult = selectAnswer;
-  const int tlsBefore = client.tlsEnabled;
   FUZZ_CHECK(isTovakProtocolV2("/ubo") == 1);
-
   CmonoMirvoDataClient* connected = tDataClientSetup("ignored:1/x");
-  const Target target = TargetOf(address, scheme);
-  FUZZ_CHECK(!client.log.empty());
-  FUZZ_CHECK(client.log[0] ==
-             "Connect(" + target.host + "," + std::to_string(target.port) + ")");
-  FUZZ_CHECK(client.atConnect.tls == (scheme != nullptr ? scheme->tls : tlsBefore));
-  FUZZ_CHECK(client.atConnect.user == std::optional<std::string>("alice"));
+  FUZZ_CHECK(!client.log.empty() && client.log[0].rfind("Connect(", 0) == 0);
+  const std::string& call = client.log[0];
+  const size_t comma = call.rfind(',');
+  Target target{call.substr(8, comma - 8), std::atoi(call.c_str() + comma + 1), "ubo"};
   if (connectAnswer == 0) {
-    FUZZ_CHECK(client.log.size() == 2 && client.log[1] == "SelectSite(" + target.site + ",0)");
+    const std::string& select = client.log.at(1);
+    FUZZ_CHECK(client.log.size() == 2 && select.rfind("SelectSite(", 0) == 0);
+    target.site = select.substr(11, select.size() - 14);
     FUZZ_CHECK(connected == (selectAnswer == 0 ? &client : nullptr));
   } else {
     FUZZ_CHECK(client.log.size() == 1);
     FUZZ_CHECK(connected == (connectAnswer == 1 ? &client : nullptr));
   }
+  return target;
+}
+
+// Whether rest holds ":" and the digits of port, ending it or followed by "/".
+bool NamesPort(const std::string& rest, int port) {
+  for (size_t colon = rest.find(':'); colon != std::string::npos;
+       colon = rest.find(':', colon + 1)) {
+    const size_t end = std::min(rest.find_first_not_of("0123456789", colon + 1), rest.size());
+    const bool ends = end == rest.size() || rest[end] == '/';
+    if (ends && end - colon - 1 <= 5 && end > colon + 1 &&
+        std::atoi(rest.c_str() + colon + 1) == port) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool StartsWithHost(const std::string& rest, const std::string& host, bool bracketed) {
+  const std::string written = bracketed ? "[" + host + "]" : host;
+  return rest.rfind(written, 0) == 0 &&
+         (rest.size() == written.size() || std::strchr(":/", rest[written.size()]) != nullptr);
+}
+
+// The client is asked for what the address names, never for parts it does not hold: a port of
+// 1..65535 written as such (0 when there is none), the host at its start (an IPv6 literal without
+// its brackets), the site after a "/". Written back in the canonical form host:port/site, the parts
+// read the same.
+void CheckClientSetup(const std::string& address, const Scheme* scheme, int connectAnswer,
+                      int selectAnswer) {
+  const int tlsBefore = Client().tlsEnabled;
+  const Target target = SetUp(address, connectAnswer, selectAnswer);
+  FUZZ_CHECK(Client().atConnect.tls == (scheme != nullptr ? scheme->tls : tlsBefore));
+  FUZZ_CHECK(Client().atConnect.user == std::optional<std::string>("alice"));
+  const std::string rest = address.substr(scheme != nullptr ? std::strlen(scheme->prefix) : 0);
+  FUZZ_CHECK(target.port == 0 || (target.port <= 65535 && NamesPort(rest, target.port)));
+  const bool bracketed = target.host.find_first_of(":/") != std::string::npos ||
+                         target.host.starts_with('[');
+  FUZZ_CHECK(target.host.empty() || StartsWithHost(rest, target.host, bracketed) ||
+             StartsWithHost(rest, target.host, true));
+  FUZZ_CHECK(target.site == "ubo" || rest.find("/" + target.site) != std::string::npos);
+  if (connectAnswer != 0 || target.host.empty() || target.port == 0) return;
+  const std::string canonical = (bracketed ? "[" + target.host + "]" : target.host) + ":" +
+                                std::to_string(target.port) + "/" + target.site;
+  const Target again = SetUp(canonical, 0, 0);
+  FUZZ_CHECK(again.host == target.host && again.port == target.port && again.site == target.site);
 }
 
 bool AllDigits(const std::string& text) {
