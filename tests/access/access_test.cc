@@ -63,8 +63,6 @@ TEST_F(AccessTest, ClientSetUpFromTheAddress) {
       // Ports that are not all digits in 1..65535 are 0, which Connect refuses.
       {"h: 12x/s", {"Connect(h,0)", "SelectSite(s,0)"}, 5},
       {"h:4294967297", {"Connect(h,0)", "SelectSite(ubo,0)"}, 5},
-      {"h:65536", {"Connect(h,0)", "SelectSite(ubo,0)"}, 5},
-      {"[::1:5", {"Connect(,0)", "SelectSite(ubo,0)"}, 5},
       {"[::1]x:5", {"Connect(,0)", "SelectSite(ubo,0)"}, 5},
       {nullptr, {"Connect(<null>,0)", "SelectSite(<null>,0)"}, 5},
   };

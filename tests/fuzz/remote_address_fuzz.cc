@@ -8,10 +8,11 @@
 // host and port the address names (port 0, which it refuses, when the
 // address names none in 1..65535) with the TLS choice of its scheme and to
 // select the named site, and the deadline read is always positive.
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <regex>
 #include <string>
+#include <vector>
 
 #include "access/state.h"
 #include "companion_support.h"
@@ -58,11 +59,11 @@ void CheckSchemeFunctions(const std::string& address, const Scheme* scheme) {
   FUZZ_CHECK(isTovakProtocolV2("grpc://elsewhere") == (scheme != nullptr ? 1 : 0));
 }
 
-// What one set-up handed to the client, read back from its log.
+// The host, port and site one set-up asked the client for, read back from its log.
 struct Target {
   std::string host;
   int port = 0;
-  std::string site;
+  std::string site = "ubo";
 };
 
 Target SetUp(const std::string& address, int connectAnswer, int selectAnswer) {
@@ -74,46 +75,19 @@ Target SetUp(const std::string& address, int connectAnswer, int selectAnswer) {
   client.selectSiteResult = selectAnswer;
   FUZZ_CHECK(isTovakProtocolV2("/ubo") == 1);
   CmonoMirvoDataClient* connected = tDataClientSetup("ignored:1/x");
-  FUZZ_CHECK(!client.log.empty() && client.log[0].rfind("Connect(", 0) == 0);
-  const std::string& call = client.log[0];
-  const size_t comma = call.rfind(',');
-  Target target{call.substr(8, comma - 8), std::atoi(call.c_str() + comma + 1), "ubo"};
-  if (connectAnswer == 0) {
-    const std::string& select = client.log.at(1);
-    FUZZ_CHECK(client.log.size() == 2 && select.rfind("SelectSite(", 0) == 0);
-    target.site = select.substr(11, select.size() - 14);
-    FUZZ_CHECK(connected == (selectAnswer == 0 ? &client : nullptr));
-  } else {
-    FUZZ_CHECK(client.log.size() == 1);
-    FUZZ_CHECK(connected == (connectAnswer == 1 ? &client : nullptr));
-  }
+  const std::vector<std::string>& log = client.log;  // "Connect(h,p)" ["SelectSite(s,0)"]
+  FUZZ_CHECK(log.size() == (connectAnswer == 0 ? 2u : 1u) && log[0].rfind("Connect(", 0) == 0);
+  const size_t comma = log[0].rfind(',');
+  Target target{log[0].substr(8, comma - 8), std::atoi(log[0].c_str() + comma + 1)};
+  if (connectAnswer == 0) target.site = log[1].substr(11, log[1].size() - 14);
+  const bool kept = connectAnswer == 1 || (connectAnswer == 0 && selectAnswer == 0);
+  FUZZ_CHECK(connected == (kept ? &client : nullptr));
   return target;
 }
 
-// Whether rest holds ":" and the digits of port, ending it or followed by "/".
-bool NamesPort(const std::string& rest, int port) {
-  for (size_t colon = rest.find(':'); colon != std::string::npos;
-       colon = rest.find(':', colon + 1)) {
-    const size_t end = std::min(rest.find_first_not_of("0123456789", colon + 1), rest.size());
-    const bool ends = end == rest.size() || rest[end] == '/';
-    if (ends && end - colon - 1 <= 5 && end > colon + 1 &&
-        std::atoi(rest.c_str() + colon + 1) == port) {
-      return true;
-    }
-  }
-  return false;
-}
-
-bool StartsWithHost(const std::string& rest, const std::string& host, bool bracketed) {
-  const std::string written = bracketed ? "[" + host + "]" : host;
-  return rest.rfind(written, 0) == 0 &&
-         (rest.size() == written.size() || std::strchr(":/", rest[written.size()]) != nullptr);
-}
-
-// The client is asked for what the address names, never for parts it does not hold: a port of
-// 1..65535 written as such (0 when there is none), the host at its start (an IPv6 literal without
-// its brackets), the site after a "/". Written back in the canonical form host:port/site, the parts
-// read the same.
+// The client is asked for what the address names: a port of 1..65535 as written there (0 when
+// there is none), the host at its start (an IPv6 literal in brackets), the site after a "/".
+// Written back in the form host:port/site, the parts read the same.
 void CheckClientSetup(const std::string& address, const Scheme* scheme, int connectAnswer,
                       int selectAnswer) {
   const int tlsBefore = Client().tlsEnabled;
@@ -121,17 +95,16 @@ void CheckClientSetup(const std::string& address, const Scheme* scheme, int conn
   FUZZ_CHECK(Client().atConnect.tls == (scheme != nullptr ? scheme->tls : tlsBefore));
   FUZZ_CHECK(Client().atConnect.user == std::optional<std::string>("alice"));
   const std::string rest = address.substr(scheme != nullptr ? std::strlen(scheme->prefix) : 0);
-  FUZZ_CHECK(target.port == 0 || (target.port <= 65535 && NamesPort(rest, target.port)));
-  const bool bracketed = target.host.find_first_of(":/") != std::string::npos ||
-                         target.host.starts_with('[');
-  FUZZ_CHECK(target.host.empty() || StartsWithHost(rest, target.host, bracketed) ||
-             StartsWithHost(rest, target.host, true));
+  const std::regex port(":0*" + std::to_string(target.port) + "(/|$)");
+  FUZZ_CHECK(target.port == 0 || (target.port <= 65535 && std::regex_search(rest, port)));
+  const std::string& host = target.host;
+  const bool bracketed = host.find_first_of(":/") != std::string::npos || host.starts_with('[');
+  const std::string written = bracketed ? "[" + host + "]" : host;
+  FUZZ_CHECK(rest.starts_with(written) || rest.starts_with("[" + host + "]"));
   FUZZ_CHECK(target.site == "ubo" || rest.find("/" + target.site) != std::string::npos);
-  if (connectAnswer != 0 || target.host.empty() || target.port == 0) return;
-  const std::string canonical = (bracketed ? "[" + target.host + "]" : target.host) + ":" +
-                                std::to_string(target.port) + "/" + target.site;
-  const Target again = SetUp(canonical, 0, 0);
-  FUZZ_CHECK(again.host == target.host && again.port == target.port && again.site == target.site);
+  if (connectAnswer != 0 || host.empty() || target.port == 0) return;
+  const Target again = SetUp(written + ":" + std::to_string(target.port) + "/" + target.site, 0, 0);
+  FUZZ_CHECK(again.host == host && again.port == target.port && again.site == target.site);
 }
 
 bool AllDigits(const std::string& text) {
