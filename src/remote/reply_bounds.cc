@@ -62,7 +62,7 @@ constexpr Bound kBounds[] = {
 
 const Bound* BoundOf(const FieldDescriptor& field) {
   for (const Bound& bound : kBounds) {
-    if (bound.reply() == field.containing_type() && bound.field == field.number()) return &bound;
+    if (bound.field == field.number() && bound.reply() == field.containing_type()) return &bound;
   }
   return nullptr;
 }
@@ -97,11 +97,12 @@ int CheckReply(const char* method, const google::protobuf::Message& reply) {
   const auto* reflection = reply.GetReflection();
   std::vector<const FieldDescriptor*> fields;
   reflection->ListFields(reply, &fields);
+  std::string scratch;
   for (const FieldDescriptor* field : fields) {
     int status = 0;
     switch (field->cpp_type()) {
       case FieldDescriptor::CPPTYPE_STRING:
-        status = CheckText(method, *field, reflection->GetString(reply, field));
+        status = CheckText(method, *field, reflection->GetStringReference(reply, field, &scratch));
         break;
       case FieldDescriptor::CPPTYPE_INT32:
         status = CheckNumber(method, *field, reflection->GetInt32(reply, field));
