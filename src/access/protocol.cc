@@ -1,8 +1,7 @@
 // Protocol choice (direct database access or remote server) and set-up of
-// the remote data client from an address [scheme]host[:port][/site].
-#include <cstdlib>
+// the remote data client from an address [scheme]host[:port][/site]
+// (access/remote_address.h).
 #include <cstring>
-#include <string>
 
 #include "access/remote_address.h"
 #include "access/state.h"
