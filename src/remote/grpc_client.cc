@@ -1,14 +1,18 @@
 #include "remote/grpc_client.h"
 
+#include <arpa/inet.h>
 #include <grpc/support/log.h>
 #include <grpcpp/create_channel.h>
 #include <grpcpp/security/credentials.h>
 #include <grpcpp/support/channel_arguments.h>
 
 #include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <string_view>
 
 #include "remote/call_auth.h"
+#include "remote/reply_bounds.h"
 #include "remote/status_map.h"
 #include "tovak/tovak.h"
 
@@ -30,10 +34,28 @@ void RouteGrpcMessages() {
   (void)routed;
 }
 
-std::string Target(const char* host, int port) {
-  const std::string name = host;
-  const bool ipv6Literal = name.find(':') != std::string::npos && name.front() != '[';
-  return (ipv6Literal ? "[" + name + "]" : name) + ":" + std::to_string(port);
+bool IsIpv6Literal(const std::string& text) {
+  in6_addr address;
+  return inet_pton(AF_INET6, text.c_str(), &address) == 1;
+}
+
+// A name or IPv4 address: none of the characters that delimit the parts of
+// a target, no blanks or control characters.
+bool IsHostName(std::string_view host) {
+  for (const char c : host) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte <= ' ' || byte == 0x7f || std::strchr(":/[]", c) != nullptr) return false;
+  }
+  return !host.empty();
+}
+
+// host:port as gRPC reads it, an IPv6 literal (given bracketed or not) in
+// brackets; empty when host is neither a literal nor a name.
+std::string Target(std::string_view host, int port) {
+  const bool bracketed = host.size() > 2 && host.front() == '[' && host.back() == ']';
+  const std::string inner(bracketed ? host.substr(1, host.size() - 2) : host);
+  if (IsIpv6Literal(inner)) return "[" + inner + "]:" + std::to_string(port);
+  return !bracketed && IsHostName(host) ? inner + ":" + std::to_string(port) : std::string();
 }
 
 std::chrono::system_clock::time_point DeadlineAfter(std::chrono::milliseconds span) {
@@ -105,14 +127,12 @@ int GrpcDataClient::OpenChannel(const std::string& target, const ClientOptions& 
 }
 
 int GrpcDataClient::Connect(const char* host, int port) {
-  if (host == nullptr || *host == '\0' || port <= 0 || port > 65535) {
-    return TOVAK_E_REMOTE_ADDRESS;
-  }
+  const std::string target = host != nullptr ? Target(host, port) : std::string();
+  if (target.empty() || port <= 0 || port > 65535) return TOVAK_E_REMOTE_ADDRESS;
   RouteGrpcMessages();
   const ClientOptions options = ReadClientOptions();
   deadline_ = options.deadline;
   if (const int status = RefreshCredentials(); status != 0) return status;
-  const std::string target = Target(host, port);
   if (IsConnectedTo(target, tlsEnabled, options)) return 1;
   Disconnect();
   return OpenChannel(target, options);
@@ -163,12 +183,13 @@ int GrpcDataClient::PrepareCall(grpc::ClientContext& context, const char* method
 }
 
 template <class Rpc>
-int GrpcDataClient::Invoke(const char* method, const std::string& site, Rpc&& rpc) {
+int GrpcDataClient::Invoke(const char* method, const std::string& site,
+                           const google::protobuf::Message& reply, Rpc&& rpc) {
   if (!stub_) return TOVAK_E_REMOTE_NOT_CONNECTED;
   grpc::ClientContext context;
   if (const int status = PrepareCall(context, method, site); status != 0) return status;
   const grpc::Status result = rpc(*stub_, context);
-  if (result.ok()) return 0;
+  if (result.ok()) return CheckReply(method, reply);
   if (BreaksConnection(result.error_code())) broken_ = true;
   return StatusOfFailedCall(result.error_code());
 }
@@ -179,7 +200,7 @@ int GrpcDataClient::SelectSite(const char* site, int option) {
   request.set_site(site);
   request.set_option(option);
   v1::SelectSiteReply reply;
-  const int failed = Invoke("SelectSite", site, [&](auto& stub, auto& context) {
+  const int failed = Invoke("SelectSite", site, reply, [&](auto& stub, auto& context) {
     return stub.SelectSite(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -207,7 +228,7 @@ int GrpcDataClient::GetDTSinfox(const char* diag, unsigned int shot, int subShot
   if (sampInterval != nullptr) request.set_samp_interval(*sampInterval);
   if (clkHostId != nullptr) request.set_clk_host_id(*clkHostId);
   v1::DTSinfoxReply reply;
-  const int failed = Invoke("GetDTSinfox", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSinfox", site_, reply, [&](auto& stub, auto& context) {
     return stub.GetDTSinfox(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -242,7 +263,7 @@ int GrpcDataClient::GetDTSinfoCLK(const char* diag, unsigned int shot, int subSh
   if (clockSetting != nullptr) request.set_clock_setting(*clockSetting);
   if (linkNum8 != nullptr) request.set_link_num8(*linkNum8);
   v1::DTSinfoCLKReply reply;
-  const int failed = Invoke("GetDTSinfoCLK", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSinfoCLK", site_, reply, [&](auto& stub, auto& context) {
     return stub.GetDTSinfoCLK(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -285,7 +306,7 @@ int GrpcDataClient::SamplingCycle(const char* clkDtsType, const char* clkDtsHost
   if (triggerTime != nullptr) request.set_trigger_time(*triggerTime);
   if (clockCycle != nullptr) request.set_clock_cycle(*clockCycle);
   v1::SamplingCycleReply reply;
-  const int failed = Invoke("SamplingCycle", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("SamplingCycle", site_, reply, [&](auto& stub, auto& context) {
     return stub.SamplingCycle(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -316,7 +337,7 @@ int GrpcDataClient::Sampling0Timing(unsigned char fromClockStart, const char* tr
   request.set_trigger_time(triggerTimeIn);
   if (firstSampleTime != nullptr) request.set_first_sample_time(*firstSampleTime);
   v1::Sampling0TimingReply reply;
-  const int failed = Invoke("Sampling0Timing", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("Sampling0Timing", site_, reply, [&](auto& stub, auto& context) {
     return stub.Sampling0Timing(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -349,7 +370,7 @@ int GrpcDataClient::GetDTSdatax2(const char* trgDtsType, const char* trgDtsHost,
   if (sampPeriod != nullptr) request.set_samp_period(*sampPeriod);
   if (delay != nullptr) request.set_delay(*delay);
   v1::DTSdatax2Reply reply;
-  const int failed = Invoke("GetDTSdatax2", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSdatax2", site_, reply, [&](auto& stub, auto& context) {
     return stub.GetDTSdatax2(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -369,10 +390,11 @@ int GrpcDataClient::GetDTSParameters(const char* dtsName, const char* module,
   request.set_sub_shot(subShot);
   request.set_channel(channel);
   v1::DTSParametersReply reply;
-  const int failed = Invoke("GetDTSParameters", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSParameters", site_, reply, [&](auto& stub, auto& context) {
     return stub.GetDTSParameters(&context, request, &reply);
   });
   if (failed != 0) return failed;
+  if (const int refused = CheckParameterList(reply); refused != 0) return refused;
   Take(reply.has_param_text(), reply.param_text(), paramText);
   return reply.status();
 }
@@ -393,10 +415,11 @@ int GrpcDataClient::GetDTSParametersCount(const char* dtsName, const char* modul
   if (firstChannelOut != nullptr) request.set_first_channel_out(*firstChannelOut);
   if (lastChannelOut != nullptr) request.set_last_channel_out(*lastChannelOut);
   v1::DTSParametersCountReply reply;
-  const int failed = Invoke("GetDTSParametersCount", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSParametersCount", site_, reply, [&](auto& stub, auto& context) {
     return stub.GetDTSParametersCount(&context, request, &reply);
   });
   if (failed != 0) return failed;
+  if (const int refused = CheckCountChannels(request, reply); refused != 0) return refused;
   Take(reply.has_count(), reply.count(), count);
   Take(reply.has_first_channel(), reply.first_channel(), firstChannelOut);
   Take(reply.has_last_channel(), reply.last_channel(), lastChannelOut);

@@ -89,10 +89,11 @@ class GrpcDataClient final : public CmonoMirvoDataClient {
   // Prepares context for the call named method about site: deadline and
   // proof of identity. 0 or a TOVAK_E_REMOTE_* status.
   int PrepareCall(grpc::ClientContext& context, const char* method, const std::string& site);
-  // Runs rpc(stub, context) and returns the reply's status, or the status
-  // of the failure.
+  // Runs rpc(stub, context), which fills reply. 0 when the call succeeded
+  // and its reply is in range, else the status of the failure or refusal.
   template <class Rpc>
-  int Invoke(const char* method, const std::string& site, Rpc&& rpc);
+  int Invoke(const char* method, const std::string& site,
+             const google::protobuf::Message& reply, Rpc&& rpc);
 
   std::shared_ptr<grpc::Channel> channel_;
   std::unique_ptr<v1::TimingData::Stub> stub_;

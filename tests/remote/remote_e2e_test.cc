@@ -37,7 +37,7 @@ class RemoteTest : public ::testing::Test {
 
 TEST_F(RemoteTest, PlainServerSelectsSitesWithoutRegardToCase) {
   for (int port : {0, 65536}) EXPECT_EQ(client_.Connect("h", port), TOVAK_E_REMOTE_ADDRESS);
-  for (const char* host : {"", static_cast<const char*>(nullptr)}) {
+  for (const char* host : {"", static_cast<const char*>(nullptr), "h:1", "[::1", "[h]", "a b"}) {
     EXPECT_EQ(client_.Connect(host, 1), TOVAK_E_REMOTE_ADDRESS);
   }
   EXPECT_EQ(LookUp("grpc://127.0.0.1/ubo"), TOVAK_E_NO_REMOTE);  // no port

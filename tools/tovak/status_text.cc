@@ -1,5 +1,6 @@
 #include "status_text.h"
 
+#include "tovak/remote_client.h"
 #include "tovak/tovak.h"
 
 namespace tovak::cli {
@@ -24,6 +25,8 @@ const char* StatusText(int status) {
     case TOVAK_E_UNKNOWN_DIAG: return "site or diagnostic unknown";
     case TOVAK_E_SETUP_OPEN: return "setup database connection could not be opened";
     case TOVAK_E_NO_REMOTE: return "remote protocol and no remote server could be reached";
+    case TOVAK_E_REMOTE_REPLY_RANGE:
+      return "reply of the remote data server out of range: more than direct access gives";
     default: return "status of the remote data server or its database";
   }
 }
