@@ -86,7 +86,7 @@ int Run(std::vector<std::string> argv) {
     return 2;
   } catch (const LookupFailure& f) {
     std::fprintf(stderr, "tovak %s: %s returned %d: %s\n", command->name, f.function, f.status,
-                 StatusText(f.status));
+                 tooling::StatusText(f.status));
     return 1;
   }
 }

@@ -2,7 +2,7 @@
 
 #include "tovak/tovak.h"
 
-namespace tovak::cli {
+namespace tovak::tooling {
 
 const char* StatusText(int status) {
   switch (status) {
@@ -28,4 +28,4 @@ const char* StatusText(int status) {
   }
 }
 
-}  // namespace tovak::cli
+}  // namespace tovak::tooling
