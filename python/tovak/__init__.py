@@ -18,3 +18,11 @@ __all__ = [
     "parameters", "sampling", "set_verbose", "settings", "timebase", "use_direct",
     "use_remote",
 ]
+
+
+def __getattr__(name):
+    # tovak.plot loads matplotlib: only when it is first used.
+    if name == "plot":
+        import importlib
+        return importlib.import_module(".plot", __name__)
+    raise AttributeError(f"module 'tovak' has no attribute {name!r}")
