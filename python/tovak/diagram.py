@@ -9,6 +9,7 @@ import matplotlib
 matplotlib.use("Agg")
 
 from . import plot  # noqa: E402 (after the back end is chosen)
+from .control import set_verbose  # noqa: E402
 from .errors import Error  # noqa: E402
 
 
@@ -20,13 +21,15 @@ def main(argv=None):
     parser.add_argument("-o", "--output", required=True, help="FILE.png or FILE.svg")
     parser.add_argument("--server", help="index server name or remote address")
     parser.add_argument("--setup-server", help="setup server name")
+    parser.add_argument("--verbose", action="store_true", help="the library's messages")
     args = parser.parse_args(argv)
     if not args.output.endswith((".png", ".svg")):
         parser.error("the output file must end in .png or .svg")
+    set_verbose(args.verbose)
     try:
         ax = plot.timing(args.diag, args.shot, args.subshot, server=args.server,
                          setup_server=args.setup_server)
-    except Error as error:
+    except (Error, ValueError) as error:
         print(f"tovak diagram: {error}", file=sys.stderr)
         return 1
     # Text stays text in SVG: searchable, and smaller.

@@ -23,8 +23,12 @@ _ROW_INCHES = 0.42
 def timing(diag, shot, subshot, channels=None, ax=None, server=None, setup_server=None):
     """Draws the timing of a diagnostic's channels (all by default, or the
     (key1, key2) pairs in ``channels``) in a shot; returns the axes. Without
-    ``ax`` a figure sized to the rows is made."""
+    ``ax`` a figure sized to the rows is made. Raises tovak.Error when the
+    channels cannot be listed, ValueError when there are none; a channel
+    whose timing cannot be read gets a row saying so."""
     found = groups(diag, shot, subshot, channels, server, setup_server)
+    if not found:
+        raise ValueError(f"{diag} has no digitizer channels in shot {shot} sub-shot {subshot}")
     rows, spans = [], []  # rows (label, draw(ax, y)) from the top; each group's first and last
     for number, group in enumerate(found, 1):
         first = len(rows)
