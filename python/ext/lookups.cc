@@ -102,12 +102,10 @@ py::tuple TimeBase(const ChannelKey& key, const std::string& server,
   if (count < 0) throw py::value_error("samples must not be negative");
   py::array_t<Real> axis(static_cast<py::ssize_t>(count));
   Real* data = axis.mutable_data();
-  Real none = 0;  // the library writes the delay of the trigger only with an axis
-  if (count == 0) data = &none;
   Real period = 0, delay = 0;
   Check("tovakGetDTSdatax2_ex", Serialized([&] {
           return tooling::RequestTimeBase(linked.args, key, Interned(server), count, last,
-                                          sizeof(Real) == sizeof(float), data, &period,
+                                          sizeof(Real) == sizeof(float), true, data, &period,
                                           &delay);
         }));
   return py::make_tuple(period, delay, axis);

@@ -58,8 +58,11 @@ TimingArgs FromLink(const LinkTexts& link) {
 }
 
 int RequestTimeBase(TimingArgs& t, const ChannelKey& key, const char* server,
-                    int64_t samples, int64_t lastSample, bool single, void* axis,
-                    void* cycle, void* delay) {
+                    int64_t samples, int64_t lastSample, bool single, bool withAxis,
+                    void* axis, void* cycle, void* delay) {
+  double empty = 0;  // the library tells an axis from none by its pointer
+  if (withAxis && axis == nullptr) axis = &empty;
+  if (!withAxis) axis = nullptr;
   return tovakGetDTSdatax2_ex(
       server, t.trigger.type.c_str(), t.trigger.host.c_str(), t.trigger.module.c_str(),
       t.trigger.output.c_str(), t.clock.type.c_str(), t.clock.host.c_str(),

@@ -40,11 +40,13 @@ struct TimingArgs {
 
 TimingArgs FromLink(const LinkTexts& link);
 
-// tovakGetDTSdatax2_ex for the record of key, quietly; axis may be null.
-// sampInterval may be updated, as the library does.
+// tovakGetDTSdatax2_ex for the record of key, quietly. With an axis the
+// delay is the trigger's (sample p), also for an axis of no samples, whose
+// storage may be null; without one it is sample 0's. sampInterval may be
+// updated, as the library does.
 int RequestTimeBase(TimingArgs& t, const ChannelKey& key, const char* server,
-                    int64_t samples, int64_t lastSample, bool single, void* axis,
-                    void* cycle, void* delay);
+                    int64_t samples, int64_t lastSample, bool single, bool withAxis,
+                    void* axis, void* cycle, void* delay);
 
 // The steps of the time base one by one, in picoseconds: tovakSamplingCycle,
 // then tovakSampling0Timing (which looks the trigger time up unless the

@@ -40,7 +40,8 @@ void RunTimeBase(const Args& args, const std::string& server, Report& report) {
   double cycle64 = 0, delay64 = 0;
   float cycle32 = 0, delay32 = 0;
   Check("tovakGetDTSdatax2_ex",
-        tooling::RequestTimeBase(t, key, server.c_str(), samples, lastSample, single, axis,
+        tooling::RequestTimeBase(t, key, server.c_str(), samples, lastSample, single,
+                                 axisPath.has_value(), axis,
                                  single ? static_cast<void*>(&cycle32) : &cycle64,
                                  single ? static_cast<void*>(&delay32) : &delay64));
   report.Add("trigger", "trigger",
