@@ -24,3 +24,19 @@ endforeach()
 set(TOVAK_PYTHON_INSTALL_DIR
   "lib/python${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}/dist-packages"
   CACHE STRING "Install directory of the tovak Python package, relative to the prefix")
+
+# An interpreter built without the sanitizers loads the sanitized extension
+# only with the AddressSanitizer runtime preloaded, and libstdc++ beside it
+# (so that the runtime finds the C++ throw it intercepts); leaks are not
+# tracked, since the interpreter keeps its objects to the end
+# (docs/decisions.md).
+set(TOVAK_PYTHON_RUN_ENV "")
+if(TOVAK_SANITIZE)
+  foreach(runtime libasan.so libstdc++.so)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${runtime}
+      OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+    list(APPEND preload ${path})
+  endforeach()
+  list(JOIN preload " " preload)
+  set(TOVAK_PYTHON_RUN_ENV "LD_PRELOAD=${preload}" ASAN_OPTIONS=detect_leaks=0)
+endif()
