@@ -30,13 +30,14 @@ set(TOVAK_PYTHON_INSTALL_DIR
 # (so that the runtime finds the C++ throw it intercepts); leaks are not
 # tracked, since the interpreter keeps its objects to the end
 # (docs/decisions.md).
-set(TOVAK_PYTHON_RUN_ENV "")
+set(TOVAK_PYTHON_PRELOAD "")
 if(TOVAK_SANITIZE)
   foreach(runtime libasan.so libstdc++.so)
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${runtime}
       OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
-    list(APPEND preload ${path})
+    list(APPEND TOVAK_PYTHON_PRELOAD ${path})
   endforeach()
-  list(JOIN preload " " preload)
-  set(TOVAK_PYTHON_RUN_ENV "LD_PRELOAD=${preload}" ASAN_OPTIONS=detect_leaks=0)
+  list(JOIN TOVAK_PYTHON_PRELOAD " " TOVAK_PYTHON_PRELOAD)
 endif()
+# The environment of the interpreter in the tests.
+set(TOVAK_PYTHON_RUN_ENV "LD_PRELOAD=${TOVAK_PYTHON_PRELOAD}" ASAN_OPTIONS=detect_leaks=0)
