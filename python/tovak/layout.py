@@ -59,20 +59,23 @@ def groups(diag, shot, subshot, channels=None, server=None, setup_server=None):
     in the order of their first channel."""
     if channels is None:
         channels = diagnostic_channels(diag, shot, subshot, setup_server, server)
-    by_link = {}
+    by_setup = {}  # the raw link (or the failure's status) -> (link or failure, channels)
     for key in channels:
         try:
-            raw = link(diag, shot, subshot, *key, server=server).raw
+            found = link(diag, shot, subshot, *key, server=server)
+            setup = found.raw
         except Error as error:
-            raw = error.status
-        by_link.setdefault(raw, []).append(tuple(key))
-    return [_timed(diag, shot, subshot, keys, server) for keys in by_link.values()]
+            found, setup = error, error.status
+        by_setup.setdefault(setup, (found, []))[1].append(tuple(key))
+    return [_timed(diag, shot, subshot, found, keys, server)
+            for found, keys in by_setup.values()]
 
 
-def _timed(diag, shot, subshot, keys, server):
+def _timed(diag, shot, subshot, found, keys, server):
     group = Group(channels=keys)
     try:
-        found = link(diag, shot, subshot, *keys[0], server=server)
+        if isinstance(found, Error):
+            raise found
         times = sampling(diag, shot, subshot, *keys[0], server=server)
     except Error as error:
         group.error = error
@@ -88,7 +91,7 @@ def _timed(diag, shot, subshot, keys, server):
         raw.trigger_unit, raw.trigger_module, raw.trigger_output, group.trigger_time,
         _pulse_width(raw.trigger_unit, raw.trigger_module, found.trigger_output, shot, subshot,
                      server))
-    group.clock = f"{found.clock_source.lower()} clock, {_si(period, 's')} period"
+    group.clock = f"{found.clock_source.lower()} clock, {si_seconds(period)} period"
     if found.clock_source == "External" and times.clock_start is not None:
         group.clock_start = times.clock_start * _PS
         group.clock_output = Output(raw.clock_unit or raw.trigger_unit,
@@ -106,9 +109,9 @@ def _pulse_width(unit, module, output, shot, subshot, server):
         return None
 
 
-def _si(value, unit):
-    """A time with an SI prefix: 1e-06 s -> "1 µs"."""
+def si_seconds(value):
+    """Seconds with an SI prefix: 1e-06 -> "1 µs"."""
     for scale, prefix in ((1, ""), (1e-3, "m"), (1e-6, "µ"), (1e-9, "n"), (1e-12, "p")):
         if abs(value) >= scale:
-            return f"{value / scale:.4g} {prefix}{unit}"
-    return f"{value:.4g} {unit}"
+            return f"{value / scale:.4g} {prefix}s"
+    return f"{value:.4g} s"

@@ -14,7 +14,7 @@ import matplotlib.lines
 import matplotlib.patches
 import matplotlib.pyplot as pyplot
 
-from .layout import groups, _si
+from .layout import groups, si_seconds
 
 _TRIGGER, _CLOCK, _PRE, _RECORDED = "tab:red", "tab:green", "tab:orange", "tab:blue"
 _ROW_INCHES = 0.42
@@ -63,13 +63,13 @@ def _group_rows(diag, number, group):
             gid=f"untimed-{number}"))]
     rows = []
     pulse = group.trigger_output
-    width = f", {_si(pulse.length, 's')} pulse" if pulse.length is not None else ""
+    width = f", {si_seconds(pulse.length)} pulse" if pulse.length is not None else ""
     rows.append((f"trigger: {pulse.label}{width}",
                  lambda ax, y: _bar(ax, y, pulse.start, pulse.length or 0, _TRIGGER,
                                     f"trigger-{number}", minimum=True)))
     if group.clock_output is not None:
         clock = group.clock_output
-        rows.append((f"clock: {clock.label}, {_si(clock.length, 's')} cycle",
+        rows.append((f"clock: {clock.label}, {si_seconds(clock.length)} cycle",
                      lambda ax, y: _bar(ax, y, clock.start, group.last_sample - clock.start,
                                         _CLOCK, f"clock-{number}", alpha=0.35)))
     count = len(group.channels)
