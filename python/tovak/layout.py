@@ -35,7 +35,9 @@ class Group:
     ``pre_samples`` is the trigger. ``error`` is set, and the times are None,
     when the set-up cannot be timed."""
     channels: list
-    clock: str = ""
+    samples: int = 0
+    pre_samples: int = 0
+    clock: str = ""  # source and period
     trigger_time: typing.Optional[float] = None
     clock_start: typing.Optional[float] = None
     first_sample: typing.Optional[float] = None
@@ -91,7 +93,8 @@ def _timed(diag, shot, subshot, found, keys, server):
         raw.trigger_unit, raw.trigger_module, raw.trigger_output, group.trigger_time,
         _pulse_width(raw.trigger_unit, raw.trigger_module, found.trigger_output, shot, subshot,
                      server))
-    group.clock = f"{found.clock_source.lower()} clock, {si_seconds(period)} period"
+    group.samples, group.pre_samples = found.record_length, found.pre_samples
+    group.clock = f"{si_seconds(period)} period ({found.clock_source.lower()} clock)"
     if found.clock_source == "External" and times.clock_start is not None:
         group.clock_start = times.clock_start * _PS
         group.clock_output = Output(raw.clock_unit or raw.trigger_unit,

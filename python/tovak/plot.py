@@ -44,6 +44,9 @@ def timing(diag, shot, subshot, channels=None, ax=None, server=None, setup_serve
         _time_lines(ax, number, group, top - last - 0.45, top - first + 0.45)
         if number > 1:
             ax.axhline(top - first + 0.5, color="grey", linewidth=0.6)
+    focus = _focus(found)
+    if focus is not None:
+        ax.set_xlim(*focus)
     ax.set_yticks(range(len(rows)), [label for label, _ in reversed(rows)])
     ax.set_ylim(-0.7, len(rows) - 0.3)
     ax.set_xlabel("time (s) from the timing system's time zero")
@@ -64,17 +67,19 @@ def _group_rows(diag, number, group):
     rows = []
     pulse = group.trigger_output
     width = f", {si_seconds(pulse.length)} pulse" if pulse.length is not None else ""
-    rows.append((f"trigger: {pulse.label}{width}",
+    rows.append((f"trigger: {pulse.label}{width} at {pulse.start:.9g} s",
                  lambda ax, y: _bar(ax, y, pulse.start, pulse.length or 0, _TRIGGER,
                                     f"trigger-{number}", minimum=True)))
     if group.clock_output is not None:
         clock = group.clock_output
-        rows.append((f"clock: {clock.label}, {si_seconds(clock.length)} cycle",
+        rows.append((f"clock: {clock.label}, {si_seconds(clock.length)} cycle from "
+                     f"{clock.start:.9g} s",
                      lambda ax, y: _bar(ax, y, clock.start, group.last_sample - clock.start,
                                         _CLOCK, f"clock-{number}", alpha=0.35)))
     count = len(group.channels)
-    rows.append((f"{diag} {channels} ({count} channel{'s' if count > 1 else ''}), "
-                 f"{group.clock}", lambda ax, y: _window(ax, y, number, group)))
+    rows.append((f"{diag} {channels} ({count} channel{'s' if count > 1 else ''})\n"
+                 f"{group.samples} samples, {group.pre_samples} pre-samples, {group.clock}",
+                 lambda ax, y: _window(ax, y, number, group)))
     return rows
 
 
@@ -101,6 +106,24 @@ def _time_lines(ax, number, group, bottom, top):
     if group.clock_start is not None:
         ax.vlines(group.clock_start, bottom, top, colors=_CLOCK, linestyles="dotted",
                   gid=f"clock-start-{number}")
+
+
+def _focus(found):
+    """The time range shown: the recorded windows and trigger pulses, and the
+    clock starts no further before them than they last (a unit's base clock
+    that started two minutes earlier would squash the rest; its label tells
+    when it started)."""
+    timed = [group for group in found if group.error is None]
+    if not timed:
+        return None
+    low = min(min(g.first_sample, g.trigger_time) for g in timed)
+    high = max(max(g.last_sample, g.trigger_time + (g.trigger_output.length or 0))
+               for g in timed)
+    span = high - low
+    low = min([low] + [g.clock_start for g in timed
+                       if g.clock_start is not None and g.clock_start >= low - span])
+    margin = 0.03 * (high - low) or 1e-6
+    return low - margin, high + margin
 
 
 def _channel_ranges(channels):
