@@ -47,10 +47,10 @@ def timing(diag, shot, subshot, channels=None, ax=None, server=None, setup_serve
     focus = _focus(found)
     if focus is not None:
         ax.set_xlim(*focus)
-    ax.set_yticks(range(len(rows)), [label for label, _ in reversed(rows)])
+    ax.set_yticks(range(len(rows)), [_plain(label) for label, _ in reversed(rows)])
     ax.set_ylim(-0.7, len(rows) - 0.3)
     ax.set_xlabel("time (s) from the timing system's time zero")
-    ax.set_title(f"{diag}, shot {shot} sub-shot {subshot}")
+    ax.set_title(_plain(f"{diag}, shot {shot} sub-shot {subshot}"))
     ax.grid(axis="x", alpha=0.3)
     ax.legend(handles=_legend(), loc="upper left", bbox_to_anchor=(1.01, 1.0), frameon=False)
     return ax
@@ -62,7 +62,7 @@ def _group_rows(diag, number, group):
     if group.error is not None:
         text = f"no timing: {group.error.function} returned {group.error.status}"
         return [(f"{diag} {channels}", lambda ax, y: ax.text(
-            0.01, y, text, transform=ax.get_yaxis_transform(), va="center",
+            0.01, y, _plain(text), transform=ax.get_yaxis_transform(), va="center",
             gid=f"untimed-{number}"))]
     rows = []
     pulse = group.trigger_output
@@ -106,6 +106,11 @@ def _time_lines(ax, number, group, bottom, top):
     if group.clock_start is not None:
         ax.vlines(group.clock_start, bottom, top, colors=_CLOCK, linestyles="dotted",
                   gid=f"clock-start-{number}")
+
+
+def _plain(text):
+    """Names from the databases shown as written, never read as math."""
+    return text.replace("$", r"\$")
 
 
 def _focus(found):

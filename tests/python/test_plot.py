@@ -45,3 +45,15 @@ def test_groups_and_untimed_channels_get_rows_that_do_not_overlap():
     ax.figure.canvas.draw()
     boxes = [t.get_window_extent() for t in ax.get_yticklabels()]
     assert not any(a.overlaps(b) for i, a in enumerate(boxes) for b in boxes[i + 1:])
+
+
+def test_hostile_names_and_links_are_drawn_as_written(tmp_path):
+    # The odd site's links (tests/db/odd_data.sql), and a name with a '$' pair,
+    # which must not be read as math.
+    odd = 'O\'Brien"; DROP TABLE site; --\\'
+    for diag, server, keys in ((odd, "/odd", [(1, k) for k in range(1, 7)] + [(-1, -1)]),
+                               ("Mag$net\\frac{$ics", None, [(1, 1)])):
+        ax = tovak.plot.timing(diag, 1, 0, channels=keys, server=server)
+        ax.figure.savefig(tmp_path / "odd.png")
+        labels = " ".join(t.get_text().replace("\\$", "$") for t in ax.get_yticklabels())
+        assert labels.count(diag) == len(ax.get_yticklabels())
