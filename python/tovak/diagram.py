@@ -33,8 +33,12 @@ def main(argv=None):
         print(f"tovak diagram: {error}", file=sys.stderr)
         return 1
     # Text stays text in SVG: searchable, and smaller.
-    with matplotlib.rc_context({"svg.fonttype": "none", "svg.hashsalt": "tovak"}):
-        ax.figure.savefig(args.output, dpi=110)
+    try:
+        with matplotlib.rc_context({"svg.fonttype": "none", "svg.hashsalt": "tovak"}):
+            ax.figure.savefig(args.output, dpi=110)
+    except OSError as error:
+        print(f"tovak diagram: cannot write {args.output}: {error.strerror}", file=sys.stderr)
+        return 1
     return 0
 
 
