@@ -3,7 +3,7 @@
 #include "tovak/remote_client.h"
 #include "tovak/tovak.h"
 
-namespace tovak::cli {
+namespace tovak::tooling {
 
 const char* StatusText(int status) {
   switch (status) {
@@ -31,4 +31,4 @@ const char* StatusText(int status) {
   }
 }
 
-}  // namespace tovak::cli
+}  // namespace tovak::tooling
