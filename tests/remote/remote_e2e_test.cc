@@ -82,7 +82,7 @@ TEST_F(RemoteTest, OnlyAuthorizedUsersProvingTheirKeyAreAnswered) {
                {"alice", alice.c_str(), "wrong", TOVAK_E_REMOTE_CREDENTIALS},
                {"", alice.c_str(), "alice's secret", TOVAK_E_REMOTE_CREDENTIALS},
                {"alice", mallory.c_str(), "m", TOVAK_E_REMOTE_UNAUTHENTICATED},
-               {"mal lory=", mallory.c_str(), "m", TOVAK_E_REMOTE_PERMISSION},
+               {"mal lory=", mallory.c_str(), "m", TOVAK_E_REMOTE_UNAUTHENTICATED},
                {"", "", "", TOVAK_E_REMOTE_UNAUTHENTICATED}};  // anonymous callers
   for (const auto& c : cases) {
     setenv("TOVAK_USER", c.user, 1);
@@ -94,7 +94,7 @@ TEST_F(RemoteTest, OnlyAuthorizedUsersProvingTheirKeyAreAnswered) {
     tovakRelease();
   }
   for (const char* line : {"user=alice site=ubo op=GetDTSParametersCount status=0 us=",
-                           "user=mal?lory? site=ubo op=SelectSite status=refused:permission"}) {
+                           "user=mal?lory? site=ubo op=SelectSite status=refused:unknown-user"}) {
     EXPECT_NE(server.Log().find(line), std::string::npos) << server.Log();
   }
 }
