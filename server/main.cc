@@ -46,6 +46,11 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "tovak-server: bad configuration: %s\n", error.c_str());
     return 1;
   }
+  if (!config.tls() && !tovak::server::ListensOnLoopback(config)) {
+    std::fprintf(stderr, "tovak-server: warning: plain connections on %s: requests and answers "
+                         "travel unprotected (see the threat model in docs/remote.md)\n",
+                 config.listenHost.c_str());
+  }
   if (checkOnly) {
     std::fprintf(stderr, "tovak-server: %s is valid\n", configFile.c_str());
     return 0;

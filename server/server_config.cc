@@ -153,13 +153,15 @@ bool CheckComplete(const ServerConfig& config, std::string* error) {
 std::vector<std::string> ServerNames(const ServerConfig& config) {
   if (!config.names.empty()) return config.names;
   std::vector<std::string> names = {remote::AudienceName(config.listenHost)};
-  if (IsLoopback(config.listenHost)) {
+  if (ListensOnLoopback(config)) {
     for (const char* name : {"localhost", "127.0.0.1", "::1"}) {
       if (names.front() != name) names.push_back(name);
     }
   }
   return names;
 }
+
+bool ListensOnLoopback(const ServerConfig& config) { return IsLoopback(config.listenHost); }
 
 std::string SiteKey(const std::string& site) {
   std::string key = site;

@@ -63,6 +63,9 @@ bool LoadServerConfig(const std::string& path, ServerConfig* config, std::string
 // The names proofs of identity may be meant for (AudienceName form).
 std::vector<std::string> ServerNames(const ServerConfig& config);
 
+// True when the listen host is a loopback address or "localhost".
+bool ListensOnLoopback(const ServerConfig& config);
+
 // Lower-cases ASCII letters; site names are matched this way.
 std::string SiteKey(const std::string& site);
 
