@@ -62,6 +62,9 @@ class Workspace {
     dir_ = dir;
     keys_ = Shell("openssl genpkey -algorithm ED25519 -out " + dir_ + "/alice.key") &&
             Shell("openssl pkey -in " + dir_ + "/alice.key -pubout -out " + dir_ + "/alice.pub") &&
+            Shell("openssl genpkey -algorithm EC -pkeyopt ec_paramgen_curve:P-256 -out " + dir_ +
+                  "/bob.key") &&
+            Shell("openssl pkey -in " + dir_ + "/bob.key -pubout -out " + dir_ + "/bob.pub") &&
             Shell("(openssl req -x509 -days 2 -subj /CN=alice -key " + dir_ + "/alice.key -out " +
                   dir_ + "/alice.crt && cat " + dir_ + "/alice.key " + dir_ + "/alice.crt > " +
                   dir_ + "/alice.pem)") &&
@@ -97,6 +100,7 @@ class Server {
     port_ = Space().File(name + ".port");
     std::ofstream(config) << "listen = 127.0.0.1:0\nworkers = " << workers
                           << "\nanonymous = allow\nuser.alice = " << Space().File("alice.pub")
+                          << "\nuser.bob = " << Space().File("bob.pub")
                           << "\nsite.ubo.index = /ubo\nsite.tsu.index = /tsu\n";
     if (tls) {
       std::ofstream(config, std::ios::app) << "tls_certificate = " << Space().File("server.crt")
@@ -171,11 +175,11 @@ void BM_RemoteLatency(benchmark::State& state) {
 }
 BENCHMARK(BM_RemoteLatency)->Iterations(2000)->UseRealTime();
 
-// Anonymous, or alice with the key file given (a connection of its own).
-void UseCredentials(const char* keyFile) {
-  if (keyFile != nullptr) {
-    setenv("TOVAK_USER", "alice", 1);
-    setenv("TOVAK_USER_KEY_FILE", Space().File(keyFile).c_str(), 1);
+// Anonymous, or the user with the key file USER.KIND (a connection of its own).
+void UseCredentials(const char* user, const char* kind) {
+  if (user != nullptr) {
+    setenv("TOVAK_USER", user, 1);
+    setenv("TOVAK_USER_KEY_FILE", Space().File(std::string(user) + "." + kind).c_str(), 1);
   } else {
     unsetenv("TOVAK_USER");
     unsetenv("TOVAK_USER_KEY_FILE");
@@ -185,9 +189,13 @@ void UseCredentials(const char* keyFile) {
 
 constexpr int kBlockCalls = 200;
 
+// Arg: 0 plain with Ed25519 proofs, 1 plain with ECDSA P-256 proofs, 2 TLS with a client
+// certificate.
 void BM_IdentityCost(benchmark::State& state) {
   if (!Space().ready()) return state.SkipWithError("openssl could not make a key");
-  const bool tls = state.range(0) != 0;
+  const int64_t mode = state.range(0);
+  const bool tls = mode == 2;
+  const char* user = mode == 1 ? "bob" : "alice";
   Server server(1, tls);
   setenv("TOVAK_CA_FILE", Space().File("server.crt").c_str(), 1);
   const std::string address = server.address();
@@ -195,22 +203,24 @@ void BM_IdentityCost(benchmark::State& state) {
   double seconds[2] = {0, 0};  // anonymous, authenticated
   for (auto _ : state) {
     for (int authenticated : {0, 1}) {
-      UseCredentials(authenticated == 0 ? nullptr : tls ? "alice.pem" : "alice.key");
+      UseCredentials(authenticated == 0 ? nullptr : user, tls ? "pem" : "key");
       if (LookUp(nullptr) != 0) return state.SkipWithError("remote lookup failed");
       const auto start = Clock::now();
       for (int i = 0; i < kBlockCalls; ++i) benchmark::DoNotOptimize(LookUp(nullptr));
       seconds[authenticated] += std::chrono::duration<double>(Clock::now() - start).count();
     }
   }
-  UseCredentials(nullptr);
+  UseCredentials(nullptr, nullptr);
   setTovakProtocolV1();
   const double calls = static_cast<double>(state.iterations()) * kBlockCalls;
   state.counters["anonymous_us"] = seconds[0] / calls * 1e6;
   state.counters["authenticated_us"] = seconds[1] / calls * 1e6;
   state.counters["ratio"] = seconds[0] > 0 ? seconds[1] / seconds[0] : 0;
-  state.SetLabel(tls ? "TLS, client certificate" : "plain, signed proof per call");
+  const char* labels[] = {"plain, Ed25519 proof per call", "plain, P-256 proof per call",
+                          "TLS, client certificate"};
+  state.SetLabel(labels[mode]);
 }
-BENCHMARK(BM_IdentityCost)->Arg(0)->Arg(1)->Iterations(10)->UseRealTime();
+BENCHMARK(BM_IdentityCost)->DenseRange(0, 2)->Iterations(10)->UseRealTime();
 
 // Runs in a client process: calls for the given time, prints the count.
 int ClientMain(const char* address, double seconds) {

@@ -105,7 +105,8 @@ NonceStore::~NonceStore() {
 bool NonceStore::Open(const std::string& path, std::string* error) {
   void* memory = MAP_FAILED;
   if (path.empty()) {
-    memory = mmap(nullptr, sizeof(Table), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    memory =
+        mmap(nullptr, sizeof(Table), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   } else {
     fd_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (fd_ < 0) {

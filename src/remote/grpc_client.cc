@@ -60,6 +60,20 @@ void Take(bool written, Value value, Out* out) {
   if (written && out != nullptr) *out = static_cast<Out>(value);
 }
 
+// The passphrase handed over, else the first line of the passphrase file.
+bool ReadPassphrase(bool handedOver, const std::string& text, const std::string& file,
+                    SecretText* passphrase) {
+  if (handedOver || file.empty()) {
+    passphrase->value = text;
+    return true;
+  }
+  std::string ignored;
+  if (!ReadPrivateFile(file, passphrase, &ignored)) return false;
+  passphrase->value.resize(std::min(passphrase->value.find_first_of("\r\n"),
+                                    passphrase->value.size()));
+  return true;
+}
+
 }  // namespace
 
 void GrpcDataClient::Disconnect() {
@@ -140,24 +154,6 @@ bool GrpcDataClient::SameCredentials(const ClientOptions& options) const {
          credentials_.hasKeyFile == hasExtraKeyFile() &&
          credentials_.hasPassPhrase == hasExtraPassPhrase();
 }
-
-namespace {
-
-// The passphrase handed over, else the first line of the passphrase file.
-bool ReadPassphrase(bool handedOver, const std::string& text, const std::string& file,
-                    SecretText* passphrase) {
-  if (handedOver || file.empty()) {
-    passphrase->value = text;
-    return true;
-  }
-  std::string ignored;
-  if (!ReadPrivateFile(file, passphrase, &ignored)) return false;
-  passphrase->value.resize(std::min(passphrase->value.find_first_of("\r\n"),
-                                    passphrase->value.size()));
-  return true;
-}
-
-}  // namespace
 
 int GrpcDataClient::RefreshCredentials(const ClientOptions& options) {
   if (SameCredentials(options) && (credentials_.key || credentials_.keyFile.empty())) return 0;
