@@ -1,6 +1,7 @@
 // The library against a real tovak-server backed by the private cluster: plain and TLS
 // connections, sites, authentication, bad configurations.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <tuple>
@@ -100,9 +101,13 @@ TEST_F(RemoteTest, OnlyAuthorizedUsersProvingTheirKeyAreAnswered) {
 }
 
 TEST_F(RemoteTest, BadConfigurationsStopTheServerWithAMessage) {
+  const std::string cert = MakeServerCert(dir_, "exposed");
+  chmod((cert + ".key").c_str(), 0644);
   const std::string cases[][2] = {
       {"", "nobody"}, {"user.alice = /nonexistent.pub\n", "user.alice"},
-      {"anonymous = allow\ntls_certificate = /no.crt\ntls_key = /k\n", "/no.crt"}};
+      {"anonymous = allow\ntls_certificate = /no.crt\ntls_key = /k\n", "/no.crt"},
+      {"anonymous = allow\ntls_certificate = " + cert + ".crt\ntls_key = " + cert + ".key\n",
+       "tls_key: " + cert + ".key: group or others may access it (mode 0644"}};
   for (const auto& [extra, named] : cases) {
     ServerProcess server(dir_, "bad", extra);
     EXPECT_EQ(WEXITSTATUS(server.Stop()), 1) << extra;
