@@ -19,7 +19,7 @@ namespace {
 constexpr int64_t kWindow = remote::kAuthWindowSeconds;
 // Nonces live in buckets of 8 slots; a nonce goes to the first free slot of
 // the 4 buckets from its hash on.
-constexpr size_t kBuckets = 16384, kSlotsPerBucket = 8, kProbeBuckets = 4;
+constexpr size_t kBuckets = 65536, kSlotsPerBucket = 8, kProbeBuckets = 4;
 // Per user, the number of nonces recorded in each 30-second slice of proof
 // time; 24 slices cover every time a live nonce can have (2 windows).
 constexpr size_t kUsers = 4096, kUserProbes = 64, kSlices = 24;
@@ -69,6 +69,7 @@ class Lock {
 
 struct NonceStore::Table {
   char magic[sizeof kMagic];
+  uint64_t size;  // sizeof(Table): a table of other dimensions starts afresh
   unsigned char secret[32];  // keys the hashes: nobody can aim nonces at one bucket
   int64_t highWater;
   pthread_mutex_t mutex;
@@ -130,13 +131,14 @@ bool NonceStore::Open(const std::string& path, std::string* error) {
   }
   table_ = static_cast<Table*>(memory);
   // A table of another layout, or a new one, starts empty with a new secret.
-  if (std::memcmp(table_->magic, kMagic, sizeof kMagic) != 0) {
+  if (std::memcmp(table_->magic, kMagic, sizeof kMagic) != 0 || table_->size != sizeof(Table)) {
     std::memset(static_cast<void*>(table_), 0, sizeof(Table));
     if (RAND_bytes(table_->secret, sizeof table_->secret) != 1) {
       *error = "no random bytes for the nonce table";
       return false;
     }
     std::memcpy(table_->magic, kMagic, sizeof kMagic);
+    table_->size = sizeof(Table);
   }
   // No worker runs yet, and no other server holds the file: the mutex is ours to set up.
   pthread_mutexattr_t attributes;

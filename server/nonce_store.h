@@ -1,7 +1,7 @@
 // The nonces of recent proofs of identity, shared by every worker of a server
 // so that a proof is accepted once by the whole server.
 //
-// A fixed table (about 5 MiB) in memory the supervisor maps before it starts
+// A fixed table (about 17 MiB) in memory the supervisor maps before it starts
 // its workers: a file when nonce_file is configured (a restarted server then
 // still knows the nonces of the window), anonymous memory otherwise. Each
 // nonce is kept until its proof's time leaves the window; each user may hold
@@ -16,7 +16,7 @@
 
 namespace tovak::server {
 
-inline constexpr uint32_t kMaxNoncesPerUser = 16384;
+inline constexpr uint32_t kMaxNoncesPerUser = 65536;
 
 class NonceStore {
  public:
