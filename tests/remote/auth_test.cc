@@ -116,9 +116,15 @@ TEST(RemoteAuthTest, TheCertificateOfATlsConnectionNamesItsUserUntilTheKeysAreRe
   EXPECT_NE(server.Log().find("user=alice site=ubo op=GetDTSParametersCount status=0"),
             std::string::npos) << server.Log();
 
-  tovak::testing::Run("cp '" + dir.File("mallory.pub") + "' '" + dir.File("alice.pub") + "'");  // rotation
-  server.Signal(SIGHUP);
-  ASSERT_TRUE(Eventually([&] { return server.Log().find("keys reloaded") != std::string::npos; }));
+  auto reload = [&](const std::string& logged) {
+    server.Signal(SIGHUP);
+    return Eventually([&] { return server.Log().find(logged) != std::string::npos; });
+  };
+  WriteFile(dir.File("alice.pub"), "not a key");  // a failed reload keeps every old key
+  ASSERT_TRUE(reload("keys not reloaded, the old ones stay: user.alice"));
+  EXPECT_EQ(lookUpAs("alice"), 0);
+  tovak::testing::Run("cp '" + dir.File("mallory.pub") + "' '" + dir.File("alice.pub") + "'");
+  ASSERT_TRUE(reload("keys reloaded"));  // rotated
   EXPECT_EQ(lookUpAs("alice"), TOVAK_E_NO_REMOTE);
   EXPECT_EQ(lookUpAs("mallory"), 0);
 }
