@@ -7,17 +7,23 @@
 //   anonymous = deny                  deny (default) or allow callers without credentials
 //   handshake_timeout = 10            seconds a new connection has to set up TLS and HTTP/2
 //   idle_timeout = 300                seconds a connection without calls is kept open
+//   name = host.example.org, host2    names clients reach the server by (the audience of proofs)
+//   nonce_file = /var/lib/tovak/nonces  keeps recent proofs' nonces across restarts
 //   user.NAME = /path/NAME.pub.pem    public key of an authorized user
 //   site.NAME.index = host/site::db   index database server name of a site
 //   site.NAME.setup = host/site       setup database server name of a site
 //
 // Every site needs an index server name. Site names are compared without
-// regard to case.
+// regard to case. A key given twice is refused. Without name, the server's
+// names are the listen host and, when it is a loopback address, "localhost",
+// "127.0.0.1" and "::1"; a wildcard listen host (0.0.0.0, ::) with users
+// needs name.
 #ifndef TOVAK_SERVER_SERVER_CONFIG_H_
 #define TOVAK_SERVER_SERVER_CONFIG_H_
 
 #include <map>
 #include <string>
+#include <vector>
 
 namespace tovak::server {
 
@@ -35,6 +41,8 @@ struct ServerConfig {
   bool allowAnonymous = false;
   int handshakeTimeoutSeconds = 10;
   int idleTimeoutSeconds = 300;
+  std::vector<std::string> names;  // lower case; see ServerNames
+  std::string nonceFile;           // empty: nonces kept in memory only
   std::map<std::string, std::string> userKeyFiles;  // user name -> public key file
   std::map<std::string, SiteConfig> sites;          // lower-case site name
 
@@ -51,6 +59,12 @@ bool ParseServerConfig(const std::string& text, ServerConfig* config, std::strin
 
 // Reads and parses the file at path.
 bool LoadServerConfig(const std::string& path, ServerConfig* config, std::string* error);
+
+// The names proofs of identity may be meant for (AudienceName form).
+std::vector<std::string> ServerNames(const ServerConfig& config);
+
+// True when the listen host is a loopback address or "localhost".
+bool ListensOnLoopback(const ServerConfig& config);
 
 // Lower-cases ASCII letters; site names are matched this way.
 std::string SiteKey(const std::string& site);

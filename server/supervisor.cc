@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "server/nonce_store.h"
 #include "server/worker.h"
 
 namespace tovak::server {
@@ -105,8 +106,10 @@ struct Worker {
 
 class Supervisor {
  public:
-  Supervisor(const ServerConfig& config, std::string address, Fd reservation)
-      : config_(config), address_(std::move(address)), reservation_(std::move(reservation)) {}
+  Supervisor(const ServerConfig& config, std::shared_ptr<const KeySet> keys, NonceStore& nonces,
+             std::string address, Fd reservation)
+      : config_(config), keys_(std::move(keys)), nonces_(nonces), address_(std::move(address)),
+        reservation_(std::move(reservation)) {}
 
   // Starts every worker; false when one fails to start.
   bool StartAll() {
@@ -126,10 +129,12 @@ class Supervisor {
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGCHLD);
+    sigaddset(&signals, SIGHUP);
     const timespec pause = {std::chrono::seconds(kRestartPause).count(), 0};
     for (;;) {
       const int signal = sigtimedwait(&signals, nullptr, &pause);
       if (signal == SIGTERM || signal == SIGINT) return;
+      if (signal == SIGHUP) ReloadKeys();
       ReplaceMissingWorkers();
     }
   }
@@ -168,7 +173,7 @@ class Supervisor {
       readEnd.reset();
       reservation_.reset();
       std::fflush(stderr);
-      const int status = RunWorker(config_, address_, writeEnd.release());
+      const int status = RunWorker(config_, *keys_, nonces_, address_, writeEnd.release());
       CheckLeaks();
       _exit(status);
     }
@@ -208,7 +213,33 @@ class Supervisor {
     }
   }
 
+  // Loads the keys again; when they load, replaces the workers one at a time,
+  // each new one listening before the old one stops. A failed load keeps
+  // the old keys.
+  void ReloadKeys() {
+    std::string error;
+    std::shared_ptr<const KeySet> keys = LoadKeySet(config_, &error);
+    if (!keys) {
+      std::fprintf(stderr, "tovak-server: keys not reloaded, the old ones stay: %s\n",
+                   error.c_str());
+      return;
+    }
+    keys_ = std::move(keys);
+    int replaced = 0;
+    for (Worker& worker : workers_) {
+      Worker fresh;
+      if (!Start(fresh)) continue;
+      if (worker.pid > 0 && kill(worker.pid, SIGTERM) == 0) waitpid(worker.pid, nullptr, 0);
+      worker = fresh;
+      ++replaced;
+    }
+    std::fprintf(stderr, "tovak-server: keys reloaded, %d of %zu worker(s) replaced\n", replaced,
+                 workers_.size());
+  }
+
   const ServerConfig& config_;
+  std::shared_ptr<const KeySet> keys_;
+  NonceStore& nonces_;
   std::string address_;
   Fd reservation_;  // keeps a port picked by the system until the workers listen on it
   std::vector<Worker> workers_;
@@ -230,15 +261,23 @@ void BlockStopSignals() {
   sigaddset(&signals, SIGTERM);
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGCHLD);
+  sigaddset(&signals, SIGHUP);
   sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
 }  // namespace
 
-int Supervise(const ServerConfig& config, const std::string& portFile) {
+int Supervise(const ServerConfig& config, std::shared_ptr<const KeySet> keys,
+              const std::string& portFile) {
   // Blocked here, inherited by the workers: each process waits for them
   // with sigwait.
   BlockStopSignals();
+  NonceStore nonces;
+  std::string error;
+  if (!nonces.Open(config.nonceFile, &error)) {
+    std::fprintf(stderr, "tovak-server: %s\n", error.c_str());
+    return 1;
+  }
   Fd reservation;
   int port = config.listenPort;
   if (port == 0 && !ReservePort(config.listenHost, &reservation, &port)) {
@@ -247,7 +286,7 @@ int Supervise(const ServerConfig& config, const std::string& portFile) {
     return 1;
   }
   const std::string address = Address(config.listenHost, port);
-  Supervisor supervisor(config, address, std::move(reservation));
+  Supervisor supervisor(config, std::move(keys), nonces, address, std::move(reservation));
   if (!supervisor.StartAll()) {
     std::fprintf(stderr, "tovak-server: workers failed to start on %s\n", address.c_str());
     supervisor.StopAll();

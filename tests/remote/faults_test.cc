@@ -4,7 +4,6 @@
 // server neither crashes nor leaks, and the first call after recovery answers correctly. Calls
 // meant to be answered get a generous deadline, so that only a paused or gone server ends them.
 #include <grpcpp/create_channel.h>
-#include <grpcpp/generic/generic_stub.h>
 #include <grpcpp/security/credentials.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -21,6 +20,7 @@
 #include <vector>
 
 #include "remote/helpers.h"
+#include "remote/raw_call.h"
 #include "remote/questions.h"
 #include "tovak/param_set.h"
 #include "tovak/remote_client.h"
@@ -395,32 +395,6 @@ TEST_F(FaultTest, RequestsWithLongTextsAreAnsweredWithoutHarm) {
   ExpectCleanEnd(server);
 }
 
-// Calls the method of the remote data service with payload as its request, for site "ubo": the
-// gRPC status the server answers with.
-grpc::StatusCode CallWithPayload(const std::shared_ptr<grpc::Channel>& channel,
-                                 const std::string& method, const std::string& payload) {
-  grpc::GenericStub stub(channel);
-  grpc::ClientContext context;
-  context.set_deadline(std::chrono::system_clock::now() + kGuard);
-  context.AddMetadata("tovak-site-bin", "ubo");
-  grpc::Slice slice(payload);
-  const grpc::ByteBuffer request(&slice, 1);
-  grpc::CompletionQueue queue;
-  auto call =
-      stub.PrepareUnaryCall(&context, "/tovak.remote.v1.TimingData/" + method, request, &queue);
-  call->StartCall();
-  grpc::ByteBuffer reply;
-  grpc::Status status;
-  call->Finish(&reply, &status, nullptr);
-  void* tag = nullptr;
-  bool ok = false;
-  queue.Next(&tag, &ok);
-  queue.Shutdown();
-  while (queue.Next(&tag, &ok)) {
-  }
-  return status.error_code();
-}
-
 // A message of fields 1 to 15 (every field of the service's messages), each with the same wire
 // type: numbers at their extreme (varint 2^64-1), or texts and nested messages of invalid UTF-8 and
 // not of the message's form.
@@ -451,7 +425,7 @@ TEST_F(FaultTest, MalformedRequestsAreRefusedOrAnsweredAndTheServerGoesOn) {
        {"SelectSite", "GetDTSinfox", "GetDTSinfoCLK", "SamplingCycle", "Sampling0Timing",
         "GetDTSdatax2", "GetDTSParameters", "GetDTSParametersCount", "NoSuchMethod"}) {
     for (const std::string& payload : payloads) {
-      const grpc::StatusCode code = CallWithPayload(channel, method, payload);
+      const grpc::StatusCode code = CallWithPayload(channel, method, payload).error_code();
       // Answered, or refused as not parsable (or not known): never a lost connection or a hang.
       EXPECT_TRUE(code == grpc::StatusCode::OK || code == grpc::StatusCode::INTERNAL ||
                   code == grpc::StatusCode::INVALID_ARGUMENT ||
