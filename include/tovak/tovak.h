@@ -45,6 +45,12 @@ enum {
 /* The largest signed 64-bit value: a time (picoseconds) not yet known. */
 #define TOVAK_TIME_UNKNOWN INT64_MAX
 
+/* Bytes of a text buffer that a lookup fills without being told its size
+ * (the link texts): the lookups write at most TOVAK_TEXT_BUFFER_SIZE - 1
+ * characters and a NUL. A longer database text is cut there; a longer
+ * remote reply is refused. */
+#define TOVAK_TEXT_BUFFER_SIZE 16384
+
 /* One digitizer module used by a diagnostic: its two keys. */
 typedef struct DTSmodule {
   char key1[64];

@@ -10,6 +10,7 @@
 
 #include "call.h"
 #include "channel_link.h"
+#include "parameter_entries.h"
 #include "tovak/param_set.h"
 #include "tovak/tovak.h"
 
@@ -18,9 +19,6 @@ namespace {
 
 using tooling::ChannelKey;
 
-// The library copies texts whole without a size: buffers far larger than
-// any value the databases hold.
-constexpr size_t kTextBuffer = 4096;
 
 ChannelKey Key(const std::string& diag, unsigned int shot, short subShot, short key1,
                short key2) {
@@ -29,29 +27,24 @@ ChannelKey Key(const std::string& diag, unsigned int shot, short subShot, short 
 
 py::dict LinkNumbers(const std::string& diag, unsigned int shot, short subShot, short key1,
                      short key2, const std::string& server) {
-  std::vector<char> kind(kTextBuffer), t1(kTextBuffer), t2(kTextBuffer), source(kTextBuffer),
-      word3(kTextBuffer);
-  short clockOutput = 0, triggerOutput = 0;
-  int clockSetting = 0, recordLength = 0, preSample = 0, sampInterval = 0, clockUnitId = 0;
+  tooling::LinkNumbers link;
   Check("tovakGetDTSinfox", Serialized([&] {
-          return tovakGetDTSinfox(diag.c_str(), shot, subShot, key1, key2, Interned(server),
-                                  kind.data(), t1.data(), t2.data(), &clockOutput,
-                                  &triggerOutput, &clockSetting, &recordLength, source.data(),
-                                  &preSample, &sampInterval, &clockUnitId, word3.data());
+          return tooling::ReadLinkNumbers(Key(diag, shot, subShot, key1, key2), Interned(server),
+                                          &link);
         }));
   py::dict d;
-  d["dts_kind"] = std::string(kind.data());
-  d["trigger_unit"] = std::string(t1.data());
-  d["trigger_module"] = std::string(t2.data());
-  d["clock_output"] = clockOutput;
-  d["trigger_output"] = triggerOutput;
-  d["clock_setting"] = clockSetting;
-  d["record_length"] = recordLength;
-  d["clock_source"] = std::string(source.data());
-  d["pre_samples"] = preSample;
-  d["sampling_interval_ns"] = sampInterval;
-  d["clock_unit_id"] = clockUnitId;
-  d["clock_module"] = std::string(word3.data());
+  d["dts_kind"] = link.dtsKind;
+  d["trigger_unit"] = link.triggerUnit;
+  d["trigger_module"] = link.triggerModule;
+  d["clock_output"] = link.clockOutput;
+  d["trigger_output"] = link.triggerOutput;
+  d["clock_setting"] = link.clockSetting;
+  d["record_length"] = link.recordLength;
+  d["clock_source"] = link.clockSource;
+  d["pre_samples"] = link.preSample;
+  d["sampling_interval_ns"] = link.sampInterval;
+  d["clock_unit_id"] = link.clockUnitId;
+  d["clock_module"] = link.clockModule;
   return d;
 }
 
@@ -152,12 +145,8 @@ std::vector<std::tuple<std::string, std::string, int>> Parameters(
                                   channel, params);
         }));
   std::vector<std::tuple<std::string, std::string, int>> entries;
-  std::vector<char> name(kTextBuffer), value(kTextBuffer);
-  for (int i = 0; i < params.GetParamCount(); ++i) {
-    int tag = 0;
-    params.GetParam(i, name.data(), static_cast<int>(name.size()), value.data(),
-                    static_cast<int>(value.size()), &tag);
-    entries.emplace_back(name.data(), value.data(), tag);
+  for (const tooling::ParameterEntry& entry : tooling::EntriesOf(params)) {
+    entries.emplace_back(entry.name, entry.value, entry.tag);
   }
   return entries;
 }

@@ -7,6 +7,8 @@
 
 #include <cstddef>
 
+#include "tovak/tovak.h"
+
 namespace tovak {
 
 // Unit kinds of a link: "UserDefined" is the longest name written.
@@ -19,10 +21,9 @@ inline constexpr int kModuleNameSize = 64;
 // Entries of the longest parameter list (a DMODSS divider channel), and so
 // the largest record count.
 inline constexpr int kMaxParameterCount = 41;
-// Texts copied whole from text columns have no width in the database; the
-// remote server's lookups write them into 16 KiB buffers, so a server
-// answers at most this many characters.
-inline constexpr size_t kRemoteTextLimit = 16383;
+// Texts from text columns have no width in the database: a lookup cuts them
+// here, so callers can size their buffers (TOVAK_TEXT_BUFFER_SIZE).
+inline constexpr size_t kTextLimit = TOVAK_TEXT_BUFFER_SIZE - 1;
 
 }  // namespace tovak
 

@@ -1,9 +1,11 @@
 #include "access/text.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
 
+#include "access/output_limits.h"
 #include "tovak/tovak.h"
 
 char* trimstrcpy(char* dst, char* src) {
@@ -51,7 +53,9 @@ int32_t ParseInt32(const char* text) { return static_cast<int32_t>(ParseLong(tex
 int16_t ParseInt16(const char* text) { return static_cast<int16_t>(ParseLong(text)); }
 
 void CopyOut(char* dst, const std::string& text) {
-  std::memcpy(dst, text.c_str(), text.size() + 1);
+  const size_t kept = std::min(text.size(), kTextLimit);
+  std::memcpy(dst, text.data(), kept);
+  dst[kept] = '\0';
 }
 
 bool CopyBounded(char* dst, const char* src, int size) {

@@ -19,7 +19,8 @@ int64_t ParseInt64(const char* text);
 int32_t ParseInt32(const char* text);
 int16_t ParseInt16(const char* text);
 
-// Copies text whole into a caller buffer, NUL-terminated.
+// Copies text into a caller buffer of TOVAK_TEXT_BUFFER_SIZE bytes,
+// NUL-terminated: whole, or its first kTextLimit bytes.
 void CopyOut(char* dst, const std::string& text);
 
 // Copies at most size - 1 bytes of src into dst and terminates it. Returns

@@ -68,7 +68,7 @@ int V2tovakGetDTSinfoCLK(const char* diag, unsigned int shot, short subShot, sho
                          char* sampIntervalText, char* clkDtsType, char* clkDtsHost,
                          char* clkDtsWord3) {
   return WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
-    constexpr size_t kText = kRemoteTextLimit, kWord = kOptionsTextLimit;
+    constexpr size_t kText = kTextLimit, kWord = kOptionsTextLimit;
     RemoteTexts<11> texts({dtsKind, linkText1, linkText2, linkText3, linkText4, clockSource,
                            preSampleText, sampIntervalText, clkDtsType, clkDtsHost, clkDtsWord3},
                           {kKindNameLimit, kText, kText, kText, kText, kText, kWord, kWord, kWord,

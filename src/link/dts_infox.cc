@@ -120,7 +120,7 @@ int tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot, short c
   }
   SetOptionDefaults(preSample, sampInterval, clkHostId);
   return tovak::WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
-    constexpr size_t kText = tovak::kRemoteTextLimit;
+    constexpr size_t kText = tovak::kTextLimit;
     RemoteTexts<5> texts({dtsKind, linkText1, linkText2, clockSource, clkDtsWord3},
                          {tovak::kKindNameLimit, kText, kText, kText, tovak::kOptionsTextLimit});
     return texts.Deliver(client.GetDTSinfox(

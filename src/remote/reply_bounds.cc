@@ -18,7 +18,7 @@ using google::protobuf::FieldDescriptor;
 
 // The range of one reply field: a text's longest length, or a number's
 // lowest and highest value. Fields without an entry: texts up to
-// kRemoteTextLimit, numbers of any value of their type.
+// kTextLimit, numbers of any value of their type.
 struct Bound {
   const Descriptor* (*reply)();
   int field;
@@ -69,7 +69,7 @@ const Bound* BoundOf(const FieldDescriptor& field) {
 
 int CheckText(const char* method, const FieldDescriptor& field, const std::string& text) {
   const Bound* bound = BoundOf(field);
-  const size_t limit = bound != nullptr ? static_cast<size_t>(bound->high) : kRemoteTextLimit;
+  const size_t limit = bound != nullptr ? static_cast<size_t>(bound->high) : kTextLimit;
   if (text.size() > limit) {
     return RefusedReply(method, "%s holds %zu bytes, more than %zu", field.name().c_str(),
                         text.size(), limit);

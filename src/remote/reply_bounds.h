@@ -12,7 +12,7 @@
 namespace tovak::remote {
 
 // 0 when every field the reply sets is in range: a text holds no NUL byte
-// and is no longer than its output's limit (kRemoteTextLimit when the
+// and is no longer than its output's limit (kTextLimit when the
 // output has none of its own), a number lies in its output's range.
 // Otherwise TOVAK_E_REMOTE_REPLY_RANGE, with a verbose message naming the
 // call, the field and the limit.

@@ -8,17 +8,30 @@
 namespace tovak::tooling {
 namespace {
 
-// The library copies texts whole without a size: buffers far larger than
-// any value the databases hold.
-constexpr size_t kTextBuffer = 4096;
-
+// A text output of a link lookup.
 struct Buffer {
-  std::vector<char> bytes = std::vector<char>(kTextBuffer, '\0');
+  std::vector<char> bytes = std::vector<char>(TOVAK_TEXT_BUFFER_SIZE, '\0');
   char* data() { return bytes.data(); }
   std::string str() const { return bytes.data(); }
 };
 
 }  // namespace
+
+int ReadLinkNumbers(const ChannelKey& key, const char* server, LinkNumbers* link) {
+  Buffer kind, t1, t2, source, word3;
+  const int status = tovakGetDTSinfox(
+      key.diag.c_str(), key.shot, key.subShot, key.chKey1, key.chKey2, server, kind.data(),
+      t1.data(), t2.data(), &link->clockOutput, &link->triggerOutput, &link->clockSetting,
+      &link->recordLength, source.data(), &link->preSample, &link->sampInterval,
+      &link->clockUnitId, word3.data());
+  if (status != 0) return status;
+  link->dtsKind = kind.str();
+  link->triggerUnit = t1.str();
+  link->triggerModule = t2.str();
+  link->clockSource = source.str();
+  link->clockModule = word3.str();
+  return 0;
+}
 
 int ReadLinkTexts(const ChannelKey& key, const char* server, LinkTexts* link) {
   Buffer kind, t1, t2, t3, t4, source, pre, interval, clkType, clkHost, word3;

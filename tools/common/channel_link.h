@@ -15,6 +15,16 @@ struct ChannelKey {
   short subShot = 0, chKey1 = 0, chKey2 = 0;
 };
 
+// What tovakGetDTSinfox answers: the link decoded.
+struct LinkNumbers {
+  std::string dtsKind, triggerUnit, triggerModule, clockSource, clockModule;
+  short clockOutput = 0, triggerOutput = 0;
+  int clockSetting = 0, recordLength = 0, preSample = 0, sampInterval = 0, clockUnitId = 0;
+};
+
+// tovakGetDTSinfox into *link; its status.
+int ReadLinkNumbers(const ChannelKey& key, const char* server, LinkNumbers* link);
+
 // What tovakGetDTSinfoCLK answers; options that are absent stay empty.
 struct LinkTexts {
   std::string dtsKind, text1, text2, text3, text4, clockSource;

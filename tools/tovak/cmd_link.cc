@@ -9,32 +9,21 @@
 namespace tovak::cli {
 namespace {
 
-constexpr size_t kTextBuffer = 4096;
-
 void RunLink(const Args& args, const std::string& server, Report& report) {
-  const ChannelKey key = ReadChannelKey(args);
-  std::vector<char> kind(kTextBuffer), t1(kTextBuffer), t2(kTextBuffer), source(kTextBuffer),
-      word3(kTextBuffer);
-  short num3 = 0, num4 = 0;
-  int clockSetting = 0, num8 = 0, preSample = 0, sampInterval = 0, clkHostId = 0;
-  const int status = tovakGetDTSinfox(key.diag.c_str(), key.shot, key.subShot, key.chKey1,
-                                      key.chKey2, server.c_str(), kind.data(), t1.data(),
-                                      t2.data(), &num3, &num4, &clockSetting, &num8,
-                                      source.data(), &preSample, &sampInterval, &clkHostId,
-                                      word3.data());
-  Check("tovakGetDTSinfox", status);
-  report.Add("dtsKind", "DTS kind", std::string(kind.data()));
-  report.Add("triggerUnit", "trigger unit", std::string(t1.data()));
-  report.Add("triggerModule", "trigger module", std::string(t2.data()));
-  report.Add("clockOutput", "clock output", int64_t{num3});
-  report.Add("triggerOutput", "trigger output", int64_t{num4});
-  report.Add("clockSource", "clock source", std::string(source.data()));
-  report.Add("clockSetting", "clock setting", int64_t{clockSetting});
-  report.Add("recordLength", "record length", int64_t{num8});
-  report.Add("preSample", "pre-samples", int64_t{preSample});
-  report.Add("sampInterval", "sampling interval", int64_t{sampInterval}, "ns");
-  report.Add("clkHostId", "clock unit id", int64_t{clkHostId});
-  report.Add("clkModule", "clock module", std::string(word3.data()));
+  tooling::LinkNumbers link;
+  Check("tovakGetDTSinfox", tooling::ReadLinkNumbers(ReadChannelKey(args), server.c_str(), &link));
+  report.Add("dtsKind", "DTS kind", link.dtsKind);
+  report.Add("triggerUnit", "trigger unit", link.triggerUnit);
+  report.Add("triggerModule", "trigger module", link.triggerModule);
+  report.Add("clockOutput", "clock output", int64_t{link.clockOutput});
+  report.Add("triggerOutput", "trigger output", int64_t{link.triggerOutput});
+  report.Add("clockSource", "clock source", link.clockSource);
+  report.Add("clockSetting", "clock setting", int64_t{link.clockSetting});
+  report.Add("recordLength", "record length", int64_t{link.recordLength});
+  report.Add("preSample", "pre-samples", int64_t{link.preSample});
+  report.Add("sampInterval", "sampling interval", int64_t{link.sampInterval}, "ns");
+  report.Add("clkHostId", "clock unit id", int64_t{link.clockUnitId});
+  report.Add("clkModule", "clock module", link.clockModule);
 }
 
 void RunClk(const Args& args, const std::string& server, Report& report) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "command.h"
+#include "parameter_entries.h"
 #include "tovak/param_set.h"
 #include "tovak/tovak.h"
 
@@ -41,13 +42,8 @@ void RunParams(const Args& args, const std::string& server, Report& report) {
                                              ShotArg(args, 2), SubShotArg(args, 3), channel,
                                              params));
   Table table{"parameters", {"name", "value", "type"}, {}};
-  std::vector<char> name(1024), value(4096);
-  for (int i = 0; i < params.GetParamCount(); ++i) {
-    int tag = 0;
-    params.GetParam(i, name.data(), static_cast<int>(name.size()), value.data(),
-                    static_cast<int>(value.size()), &tag);
-    table.rows.push_back({std::string(name.data()), std::string(value.data()),
-                          std::string(TagName(tag))});
+  for (const tooling::ParameterEntry& entry : tooling::EntriesOf(params)) {
+    table.rows.push_back({entry.name, entry.value, TagName(entry.tag)});
   }
   report.AddTable(std::move(table));
 }
