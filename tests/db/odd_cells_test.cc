@@ -17,13 +17,15 @@ constexpr char kOdd[] = "O'Brien\"; DROP TABLE site; --\\";  // a diagnostic of 
 
 TEST(OddCellsTest, LinkRow) {
   setTovakProtocolV1();
-  const std::string m100(100, 'm'), digits70(70, '7'), n70(70, 'n'), w80(80, 'w');
+  const std::string mCut(TOVAK_TEXT_BUFFER_SIZE - 1, 'm'), digits70(70, '7'), n70(70, 'n'),
+      w80(80, 'w');
   // Numbers read as far as they are numbers (70 digits: the 16-bit cut of the
   // largest long); option values that are no numbers give 0; a clock unit name
-  // too long to hold is not looked up; texts reach the caller's buffers whole.
+  // too long to hold is not looked up; texts reach the caller's buffers whole,
+  // up to what the buffers hold.
   EXPECT_EQ(Infox({kOdd, 5, 1, 1, 6, "/odd"}),
-            "FPGA-DTS|fdts01|" + m100 + "|-1|1|0|12|External|0|12|0|" + w80 + "|0|");
-  EXPECT_EQ(InfoClk({kOdd, 5, 1, 1, 6, "/odd"}), "FPGA-DTS|fdts01|" + m100 + "|" + digits70 +
+            "FPGA-DTS|fdts01|" + mCut + "|-1|1|0|12|External|0|12|0|" + w80 + "|0|");
+  EXPECT_EQ(InfoClk({kOdd, 5, 1, 1, 6, "/odd"}), "FPGA-DTS|fdts01|" + mCut + "|" + digits70 +
                                                      "|1x|0|12|External|abc|12x|CAMAC|" + n70 +
                                                      "|" + w80 + "|0|");
 }

@@ -20,7 +20,7 @@ INSERT INTO dts_link (diag_id, first_shot, sub_shot, ch_key1, ch_key2, dts_kind,
    'PreSample 1'),
   (901, 1, -1, 1, 1, 'CAMAC-DTS', 'sub-shot minus one', 'DMOD0', '1', '3', '1', 'Internal', '0',
    '1', ''),
-  (901, 1, NULL, 1, 6, 'FPGA-DTS', 'fdts01', repeat('m', 100), repeat('7', 70), '1x', 'many',
+  (901, 1, NULL, 1, 6, 'FPGA-DTS', 'fdts01', repeat('m', 20000), repeat('7', 70), '1x', 'many',
    ' External ', '0', '12e3',
    'PreSample abc SampInterval 12x ClkDTS CAMAC ' || repeat('n', 70) || ' ' || repeat('w', 80));
 

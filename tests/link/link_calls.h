@@ -25,7 +25,7 @@ std::string Join(const T&... values) {
 }
 
 struct Outputs {
-  char t[11][512] = {"-", "-", "-", "-", "-", "-", "-", "-", "-", "-", "-"};
+  char t[11][TOVAK_TEXT_BUFFER_SIZE] = {"-", "-", "-", "-", "-", "-", "-", "-", "-", "-", "-"};
   short n3 = -9, n4 = -9;
   int setting = -9, n8 = -9, pre = -9, interval = -9, host = -9;
 };
