@@ -1,8 +1,10 @@
 #include "server/service.h"
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 
+#include "db/query_deadline.h"
 #include "remote/call_auth.h"
 #include "server/lookups.h"
 #include "server/request_log.h"
@@ -38,6 +40,34 @@ const char* RefusalReason(Verdict verdict) {
   return verdict == Verdict::kPermissionDenied ? "refused:permission" : "refused:unauthenticated";
 }
 
+// A lookup that is not let run: the status its caller gets (if still there) and the log's reason.
+struct Turned {
+  grpc::Status status;
+  const char* reason;
+};
+Turned TurnedAway(Admission::Outcome outcome) {
+  switch (outcome) {
+    case Admission::Outcome::kBusy:
+      return {{grpc::StatusCode::RESOURCE_EXHAUSTED, "server busy"}, "refused:busy"};
+    case Admission::Outcome::kStopping:
+      return {{grpc::StatusCode::UNAVAILABLE, "server stopping"}, "refused:stopping"};
+    default:
+      return {{grpc::StatusCode::CANCELLED, "caller gone"}, "refused:gone"};
+  }
+}
+
+bool CallerGone(grpc::ServerContext& context) {
+  return context.IsCancelled() || context.deadline() <= std::chrono::system_clock::now();
+}
+
+// The caller's deadline on the clock the database queries use.
+std::chrono::steady_clock::time_point QueryLimit(const grpc::ServerContext& context) {
+  const auto left = std::min<std::chrono::system_clock::duration>(
+      context.deadline() - std::chrono::system_clock::now(), std::chrono::hours(24));
+  return std::chrono::steady_clock::now() +
+         std::chrono::duration_cast<std::chrono::steady_clock::duration>(left);
+}
+
 class Stopwatch {
  public:
   int64_t micros() const {
@@ -70,9 +100,15 @@ grpc::Status TimingDataService::Serve(grpc::ServerContext* context, const char* 
     LogRequest(user, site, method, "refused:site", watch.micros());
     return {grpc::StatusCode::NOT_FOUND, "site not served"};
   }
+  const Admission::Ticket turn = admission_.Enter(context->deadline());
+  if (turn.outcome() != Admission::Outcome::kTurn || CallerGone(*context)) {
+    const Turned turned = TurnedAway(turn.outcome());
+    LogRequest(user, site, method, turned.reason, watch.micros());
+    return turned.status;
+  }
   int status = 0;
   {
-    std::lock_guard<std::mutex> lock(libraryMutex_);
+    const db::QueryDeadline limit(QueryLimit(*context));
     status = answer(served->second.indexServer.c_str());
   }
   LogRequest(user, site, method, std::to_string(status), watch.micros());

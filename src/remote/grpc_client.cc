@@ -170,7 +170,7 @@ int GrpcDataClient::Invoke(const char* method, const std::string& site, Rpc&& rp
   const grpc::Status result = rpc(*stub_, context);
   if (result.ok()) return 0;
   if (BreaksConnection(result.error_code())) broken_ = true;
-  return StatusOfFailedCall(result.error_code());
+  return StatusOfFailedCall(result);
 }
 
 int GrpcDataClient::SelectSite(const char* site, int option) {
