@@ -19,6 +19,7 @@ Admission::Ticket Admission::Enter(std::chrono::system_clock::time_point deadlin
   std::unique_lock<std::mutex> lock(mutex_);
   if (stopping_) return {this, Outcome::kStopping};
   if (running_ && waiting_ >= queueLength_) return {this, Outcome::kBusy};
+  if (deadline <= std::chrono::system_clock::now()) return {this, Outcome::kTimedOut};
   ++waiting_;
   const bool free =
       changed_.wait_until(lock, std::min(deadline, std::chrono::system_clock::now() + kLongestWait),

@@ -12,8 +12,11 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <future>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>
@@ -105,6 +108,105 @@ Connections ConnectionsTo(int port) {
     }
   }
   return connections;
+}
+
+// Calls through gRPC itself, started at once and collected as they end: unary calls with an empty
+// request, or calls whose message never comes. Those still open at the end are cancelled.
+class OpenCalls {
+ public:
+  explicit OpenCalls(const std::shared_ptr<grpc::Channel>& channel) : stub_(channel) {}
+  ~OpenCalls() {
+    for (auto& call : calls_) call->context.TryCancel();
+    void* tag = nullptr;
+    bool ok = false;
+    for (; pending_ > 0 && queue_.Next(&tag, &ok); --pending_) {
+    }
+    queue_.Shutdown();
+    while (queue_.Next(&tag, &ok)) {
+    }
+  }
+  OpenCalls(const OpenCalls&) = delete;
+  OpenCalls& operator=(const OpenCalls&) = delete;
+
+  void Start(const std::string& method, bool complete) {
+    auto call = std::make_unique<Call>();
+    call->context.set_deadline(std::chrono::system_clock::now() + kGuard);
+    call->context.AddMetadata("tovak-site-bin", "ubo");
+    if (complete) {
+      grpc::Slice empty("");
+      call->unary = stub_.PrepareUnaryCall(&call->context, method, grpc::ByteBuffer(&empty, 1),
+                                           &queue_);
+      call->unary->StartCall();
+      call->unary->Finish(&call->reply, &call->status, call.get());
+    } else {  // a stream of requests that stays open, its first message never sent
+      call->stream = stub_.PrepareCall(&call->context, method, &queue_);
+      call->stream->StartCall(&queue_);
+      call->stream->Finish(&call->status, call.get());
+      ++pending_;
+    }
+    ++pending_;
+    calls_.push_back(std::move(call));
+  }
+  // Takes the calls that ended meanwhile; how many of all ended (with code, when given).
+  size_t Ended(std::optional<grpc::StatusCode> code = std::nullopt) {
+    void* tag = nullptr;
+    bool ok = false;
+    while (queue_.AsyncNext(&tag, &ok, std::chrono::system_clock::now()) ==
+           grpc::CompletionQueue::GOT_EVENT) {
+      --pending_;
+      if (tag != &queue_) static_cast<Call*>(tag)->ended = true;
+    }
+    return std::count_if(calls_.begin(), calls_.end(), [&](const auto& call) {
+      return call->ended && (!code || call->status.error_code() == *code);
+    });
+  }
+  std::string Reply(size_t call) const {
+    std::vector<grpc::Slice> slices;
+    std::string bytes;
+    if (calls_.at(call)->reply.Dump(&slices).ok()) {
+      for (const grpc::Slice& slice : slices) bytes.append(slice.begin(), slice.end());
+    }
+    return bytes;
+  }
+
+ private:
+  struct Call {
+    grpc::ClientContext context;
+    grpc::ByteBuffer reply;
+    grpc::Status status;
+    std::unique_ptr<grpc::GenericClientAsyncResponseReader> unary;
+    std::unique_ptr<grpc::GenericClientAsyncReaderWriter> stream;
+    bool ended = false;
+  };
+  grpc::GenericStub stub_;
+  grpc::CompletionQueue queue_;
+  std::vector<std::unique_ptr<Call>> calls_;
+  size_t pending_ = 0;  // events the queue owes
+};
+
+const std::string kInfox = "/tovak.remote.v1.TimingData/GetDTSinfox";
+
+// What a process holds: open descriptors and resident memory.
+struct Footprint {
+  long fds = 0, rssKiB = 0;
+};
+Footprint FootprintOf(pid_t pid) {
+  Footprint footprint;
+  const std::string proc = "/proc/" + std::to_string(pid);
+  for ([[maybe_unused]] const auto& fd : std::filesystem::directory_iterator(proc + "/fd")) {
+    ++footprint.fds;
+  }
+  std::ifstream status(proc + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.rfind("VmRSS:", 0) == 0) footprint.rssKiB = std::atol(line.c_str() + 6);
+  }
+  return footprint;
+}
+
+size_t Occurrences(const std::string& text, const std::string& word) {
+  size_t count = 0;
+  for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) ++count;
+  return count;
 }
 
 // A PostgreSQL cluster of its own with the demo experiment (scripts/dbctl), stopped and removed at
@@ -478,11 +580,83 @@ TEST_F(FaultTest, ConnectionsThatNeverCallAreClosedAndAnIdleClientCarriesOn) {
   ExpectCleanEnd(server);
 }
 
+TEST_F(FaultTest, OneClientsUnfinishedCallsAndIdleConnectionsLeaveAnothersLookupsAnswered) {
+  ServerProcess server(dir_, "abuse", "anonymous = allow\nmax_connection_age = 20\n"
+                                      "connection_age_grace = 1\n");
+  ASSERT_TRUE(server.listening()) << server.Log();
+  const std::string address = server.Address("ubo"),
+                    target = "127.0.0.1:" + std::to_string(server.port());
+  ASSERT_EQ(Ask(address), 0);
+  const pid_t worker = server.Workers().at(0);
+  const Footprint before = FootprintOf(worker);
+  {  // the standard health service: SERVING
+    OpenCalls health(grpc::CreateChannel(target, grpc::InsecureChannelCredentials()));
+    health.Start("/grpc.health.v1.Health/Check", true);
+    ASSERT_TRUE(Eventually([&] { return health.Ended(grpc::StatusCode::OK) == 1; }));
+    EXPECT_EQ(health.Reply(0), std::string("\x08\x01", 2));
+  }
+  ServerProcess second(dir_, "second", "anonymous = allow\n", server.port());
+  EXPECT_FALSE(second.listening());
+  EXPECT_NE(second.Log().find("another process"), std::string::npos) << second.Log();
+
+  // The abuser: connections that only set up HTTP/2, and connections each with more calls whose
+  // message never comes as the server lets one connection have.
+  constexpr int kIdle = 1000, kChannels = 128, kCallsPerChannel = 16;
+  std::vector<std::unique_ptr<RawConnection>> idle;
+  for (int i = 0; i < kIdle; ++i) {
+    idle.push_back(std::make_unique<RawConnection>(server.port()));
+    idle.back()->Send(kPreface + kEmptySettings);
+  }
+  std::vector<std::shared_ptr<grpc::Channel>> channels;
+  std::vector<std::unique_ptr<OpenCalls>> unfinished;
+  for (int i = 0; i < kChannels; ++i) {
+    grpc::ChannelArguments arguments;
+    arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);  // a connection of its own
+    arguments.SetInt(GRPC_ARG_ENABLE_RETRIES, 0);             // ended calls stay ended
+    channels.push_back(
+        grpc::CreateCustomChannel(target, grpc::InsecureChannelCredentials(), arguments));
+    unfinished.push_back(std::make_unique<OpenCalls>(channels.back()));
+    for (int call = 0; call < kCallsPerChannel; ++call) unfinished.back()->Start(kInfox, false);
+  }
+  EXPECT_TRUE(Eventually([&] {
+    unfinished.front()->Ended();  // polls: the client's connections progress only then
+    return std::all_of(channels.begin(), channels.end(), [](const auto& channel) {
+      return channel->GetState(false) == GRPC_CHANNEL_READY;
+    });
+  }));
+  // The other client's lookups answer within their deadline.
+  Clock::duration slowest{};
+  for (int i = 0; i < 20; ++i) {
+    const Clock::time_point start = Clock::now();
+    EXPECT_EQ(Ask(address, milliseconds(5000)), 0);
+    slowest = std::max(slowest, Clock::now() - start);
+  }
+  // One descriptor per connection, and less than 384 KiB of memory for each with its calls (gRPC's
+  // buffers; the sanitizer build's figure).
+  const Footprint during = FootprintOf(worker);
+  EXPECT_LE(during.fds, before.fds + kIdle + kChannels + 8);
+  EXPECT_LT(during.rssKiB - before.rssKiB, 384 * (kIdle + kChannels));
+  std::printf("abuse: %d unfinished calls on %d connections, %d idle connections; worker fds %ld -> "
+              "%ld, VmRSS %ld -> %ld KiB; slowest other lookup %lld ms\n",
+              kChannels * kCallsPerChannel, kChannels, kIdle, before.fds, during.fds,
+              before.rssKiB, during.rssKiB,
+              static_cast<long long>(
+                  std::chrono::duration_cast<milliseconds>(slowest).count()));
+  // A connection with an unfinished call is never idle: its age ends it, and the calls.
+  EXPECT_TRUE(Eventually([&] { return ConnectionsTo(server.port()).open == 0; }));
+  for (auto& calls : unfinished) {
+    EXPECT_TRUE(Eventually([&] { return calls->Ended() == size_t{kCallsPerChannel}; }));
+  }
+  EXPECT_LE(FootprintOf(worker).fds, before.fds + 2);
+  EXPECT_EQ(Ask(address), 0);
+  ExpectCleanEnd(server);
+}
+
 TEST_F(FaultTest, DatabaseBehindTheServerStoppedOrPausedGivesStatusesAndRecovers) {
   PrivateCluster database;
   const std::string sharedHost = std::getenv("PGHOST");
   setenv("PGHOST", database.socket().c_str(), 1);  // for the server only
-  ServerProcess server(dir_, "db", "anonymous = allow\n");
+  ServerProcess server(dir_, "db", "anonymous = allow\nqueue_length = 2\n");
   setenv("PGHOST", sharedHost.c_str(), 1);
   ASSERT_TRUE(server.listening()) << server.Log();
   const std::string address = server.Address("ubo");
@@ -492,13 +666,31 @@ TEST_F(FaultTest, DatabaseBehindTheServerStoppedOrPausedGivesStatusesAndRecovers
   for (int i = 0; i < 4; ++i) EXPECT_EQ(Ask(address), TOVAK_E_INDEX_OPEN);
   database.Start();
   EXPECT_EQ(Ask(address), 0);
-  // A database that stops answering holds the worker's lookup: the caller's deadline ends the call.
+  // A database that stops answering holds the worker's lookup: the caller's deadline ends the call,
+  // and the lookup's query too, long before the query time-out (30 s).
+  const auto failures = [&] { return Occurrences(server.Log(), " status=-"); };
+  const size_t failed = failures();
   database.Pause(true);
   EXPECT_EQ(Ask(address, kDeadline), TOVAK_E_REMOTE_DEADLINE);
+  EXPECT_TRUE(Eventually([&] { return failures() > failed; }, std::chrono::seconds(20)));
   database.Pause(false);
   EXPECT_TRUE(AnswersAgain(address, {TOVAK_E_NO_REMOTE}));
   for (int i = 0; i < 5; ++i) EXPECT_EQ(Ask(address), 0);
-  ExpectCleanEnd(server);
+  // Paused again: one lookup held, two waiting, the rest refused at once as busy, the library's
+  // call too. A stop refuses the waiting ones and kills the held worker within 5 s.
+  database.Pause(true);
+  OpenCalls calls(grpc::CreateChannel("127.0.0.1:" + std::to_string(server.port()),
+                                      grpc::InsecureChannelCredentials()));
+  for (int i = 0; i < 12; ++i) calls.Start(kInfox, true);
+  EXPECT_TRUE(Eventually([&] { return calls.Ended(grpc::StatusCode::RESOURCE_EXHAUSTED) == 9; }));
+  EXPECT_EQ(Ask(address), TOVAK_E_REMOTE_BUSY);
+  const Clock::time_point stopping = Clock::now();
+  EXPECT_NE(server.Stop(), 0);
+  EXPECT_LT(Clock::now() - stopping, std::chrono::seconds(5));
+  database.Pause(false);
+  EXPECT_TRUE(Eventually([&] { return calls.Ended(grpc::StatusCode::UNAVAILABLE) == 3; }));
+  EXPECT_NE(server.Log().find("refused:stopping"), std::string::npos) << server.Log();
+  EXPECT_NE(server.Log().find("did not stop in time, killed"), std::string::npos);
 }
 
 }  // namespace

@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
+#include <future>
 #include <string>
 
 #include "remote/call_auth.h"
 #include "remote/helpers.h"
+#include "server/admission.h"
 #include "server/authorizer.h"
 #include "server/server_config.h"
 
@@ -65,12 +67,14 @@ TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason)
   ServerConfig c;
   std::string error;
   ASSERT_TRUE(ParseServerConfig("listen = [::1]:5\nworkers = 8\nanonymous = allow\nsite.UBO.index"
-                                " = i\nidle_timeout = 86400\nhandshake_timeout = 1", &c, &error));
+                                " = i\nidle_timeout = 86400\nhandshake_timeout = 1\nqueue_length = 0\n"
+                                "keepalive_timeout = 7", &c, &error));
   EXPECT_EQ(c.listenHost + " " + std::to_string(c.listenPort) + " " + std::to_string(c.workers) +
                 " " + c.sites.at("ubo").indexServer + (c.tls() ? " TLS" : "") + " " +
                 std::to_string(c.idleTimeoutSeconds) + " " +
-                std::to_string(c.handshakeTimeoutSeconds),
-            "::1 5 8 i 86400 1");  // site names without regard to case
+                std::to_string(c.handshakeTimeoutSeconds) + " " + std::to_string(c.queueLength) +
+                " " + std::to_string(c.keepaliveTimeoutSeconds),
+            "::1 5 8 i 86400 1 0 7");  // site names without regard to case
 
   const std::string site = "anonymous = allow\nsite.ubo.index = /ubo\n";
   const std::string cases[][2] = {
@@ -83,11 +87,38 @@ TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason)
       {"anonymous = allow\nsite.ubo.setup = /ubo\n", "site.ubo.index"},
       {site + "idle_timeout = 0\n", "idle_timeout"},
       {site + "handshake_timeout = 86401\n", "handshake_timeout"},
+      {site + "queue_length = 4097\n", "queue_length"}, {site + "max_streams = 0\n", "max_streams"},
   };
   for (const auto& [text, reason] : cases) {
     EXPECT_FALSE(ParseServerConfig(text, &c, &error)) << text;
     EXPECT_NE(error.find(reason), std::string::npos) << text << " -> " << error;
   }
+}
+
+TEST(AdmissionTest, OneCallRunsQueuedOnesWaitTheRestAreRefusedAndAStopRefusesAll) {
+  using Outcome = Admission::Outcome;
+  using std::chrono::system_clock;
+  const system_clock::time_point later = system_clock::now() + testing::kGuard;
+  Admission admission(1);
+  // Refused at once while one call runs and another waits; a probe that finds room leaves at once.
+  const auto full = [&] { return admission.Enter(system_clock::now()).outcome() == Outcome::kBusy; };
+  std::future<Outcome> next;
+  {
+    const Admission::Ticket first = admission.Enter(later);
+    ASSERT_EQ(first.outcome(), Outcome::kTurn);
+    // A call whose deadline passes while it waits leaves the queue.
+    EXPECT_EQ(admission.Enter(system_clock::now() + std::chrono::milliseconds(20)).outcome(),
+              Outcome::kTimedOut);
+    next = std::async(std::launch::async, [&] { return admission.Enter(later).outcome(); });
+    EXPECT_TRUE(testing::Eventually(full));
+  }
+  EXPECT_EQ(next.get(), Outcome::kTurn);  // the first has ended: the waiting call's turn
+  const Admission::Ticket running = admission.Enter(later);
+  next = std::async(std::launch::async, [&] { return admission.Enter(later).outcome(); });
+  EXPECT_TRUE(testing::Eventually(full));
+  admission.Stop();
+  EXPECT_EQ(next.get(), Outcome::kStopping);
+  EXPECT_EQ(admission.Enter(later).outcome(), Outcome::kStopping);
 }
 
 }  // namespace
