@@ -2,12 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
-#include <future>
 #include <string>
 
 #include "remote/call_auth.h"
 #include "remote/helpers.h"
-#include "server/admission.h"
 #include "server/authorizer.h"
 #include "server/server_config.h"
 
@@ -93,32 +91,6 @@ TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason)
     EXPECT_FALSE(ParseServerConfig(text, &c, &error)) << text;
     EXPECT_NE(error.find(reason), std::string::npos) << text << " -> " << error;
   }
-}
-
-TEST(AdmissionTest, OneCallRunsQueuedOnesWaitTheRestAreRefusedAndAStopRefusesAll) {
-  using Outcome = Admission::Outcome;
-  using std::chrono::system_clock;
-  const system_clock::time_point later = system_clock::now() + testing::kGuard;
-  Admission admission(1);
-  // Refused at once while one call runs and another waits; a probe that finds room leaves at once.
-  const auto full = [&] { return admission.Enter(system_clock::now()).outcome() == Outcome::kBusy; };
-  std::future<Outcome> next;
-  {
-    const Admission::Ticket first = admission.Enter(later);
-    ASSERT_EQ(first.outcome(), Outcome::kTurn);
-    // A call whose deadline passes while it waits leaves the queue.
-    EXPECT_EQ(admission.Enter(system_clock::now() + std::chrono::milliseconds(20)).outcome(),
-              Outcome::kTimedOut);
-    next = std::async(std::launch::async, [&] { return admission.Enter(later).outcome(); });
-    EXPECT_TRUE(testing::Eventually(full));
-  }
-  EXPECT_EQ(next.get(), Outcome::kTurn);  // the first has ended: the waiting call's turn
-  const Admission::Ticket running = admission.Enter(later);
-  next = std::async(std::launch::async, [&] { return admission.Enter(later).outcome(); });
-  EXPECT_TRUE(testing::Eventually(full));
-  admission.Stop();
-  EXPECT_EQ(next.get(), Outcome::kStopping);
-  EXPECT_EQ(admission.Enter(later).outcome(), Outcome::kStopping);
 }
 
 }  // namespace
