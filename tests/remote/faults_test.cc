@@ -14,9 +14,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <future>
-#include <optional>
 #include <random>
 #include <set>
 #include <string>
@@ -110,25 +108,19 @@ Connections ConnectionsTo(int port) {
   return connections;
 }
 
-// Calls through gRPC itself for site "ubo", started at once and collected as they end: unary calls
-// with a request of the test's bytes, or calls whose message never comes. Those still open at the
-// end are cancelled.
+// Calls through gRPC itself for site "ubo", collected as they end: unary calls with the test's
+// request bytes, or calls whose message never comes. Those still open at the end are cancelled.
 class OpenCalls {
  public:
   explicit OpenCalls(const std::shared_ptr<grpc::Channel>& channel) : stub_(channel) {}
   ~OpenCalls() {
     for (auto& call : calls_) call->context.TryCancel();
+    queue_.Shutdown();
     void* tag = nullptr;
     bool ok = false;
-    for (; pending_ > 0 && queue_.Next(&tag, &ok); --pending_) {
-    }
-    queue_.Shutdown();
     while (queue_.Next(&tag, &ok)) {
     }
   }
-  OpenCalls(const OpenCalls&) = delete;
-  OpenCalls& operator=(const OpenCalls&) = delete;
-
   void Start(const std::string& method, std::optional<std::string> request) {
     auto call = std::make_unique<Call>();
     call->context.set_deadline(std::chrono::system_clock::now() + kGuard);
@@ -141,30 +133,22 @@ class OpenCalls {
       call->unary->Finish(&call->reply, &call->status, call.get());
     } else {  // a stream of requests that stays open, its first message never sent
       call->stream = stub_.PrepareCall(&call->context, method, &queue_);
-      call->stream->StartCall(&queue_);
+      call->stream->StartCall(nullptr);
       call->stream->Finish(&call->status, call.get());
-      ++pending_;
     }
-    ++pending_;
     calls_.push_back(std::move(call));
   }
-  // Takes the calls that ended meanwhile; how many of all ended (with code, when given).
-  size_t Ended(std::optional<grpc::StatusCode> code = std::nullopt) {
+  // Takes the calls that ended meanwhile; how many of all ended (with one of codes, when given).
+  size_t Ended(const std::set<grpc::StatusCode>& codes = {}) {
     void* tag = nullptr;
     bool ok = false;
     while (queue_.AsyncNext(&tag, &ok, std::chrono::system_clock::now()) ==
            grpc::CompletionQueue::GOT_EVENT) {
-      --pending_;
-      if (tag != &queue_) static_cast<Call*>(tag)->ended = true;
+      if (tag != nullptr) static_cast<Call*>(tag)->ended = true;
     }
     return std::count_if(calls_.begin(), calls_.end(), [&](const auto& call) {
-      return call->ended && (!code || call->status.error_code() == *code);
+      return call->ended && (codes.empty() || codes.count(call->status.error_code()) != 0);
     });
-  }
-  std::string Reply(size_t call) const {
-    grpc::Slice bytes;
-    calls_.at(call)->reply.DumpToSingleSlice(&bytes);
-    return {bytes.begin(), bytes.end()};
   }
 
  private:
@@ -179,32 +163,19 @@ class OpenCalls {
   grpc::GenericStub stub_;
   grpc::CompletionQueue queue_;
   std::vector<std::unique_ptr<Call>> calls_;
-  size_t pending_ = 0;  // events the queue owes
 };
 
 const std::string kInfox = "/tovak.remote.v1.TimingData/GetDTSinfox";
 
-// What a process holds: open descriptors and resident memory.
-struct Footprint {
-  long fds = 0, rssKiB = 0;
-};
-Footprint FootprintOf(pid_t pid) {
-  Footprint footprint;
-  const std::string proc = "/proc/" + std::to_string(pid);
-  for ([[maybe_unused]] const auto& fd : std::filesystem::directory_iterator(proc + "/fd")) {
-    ++footprint.fds;
-  }
-  std::ifstream status(proc + "/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.rfind("VmRSS:", 0) == 0) footprint.rssKiB = std::atol(line.c_str() + 6);
-  }
-  return footprint;
+// Open descriptors and resident memory of a process.
+long Descriptors(pid_t pid) {
+  return std::distance(std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/fd"),
+                       std::filesystem::directory_iterator());
 }
-
-size_t Occurrences(const std::string& text, const std::string& word) {
-  size_t count = 0;
-  for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) ++count;
-  return count;
+long ResidentKiB(pid_t pid) {
+  long size = 0, pages = 0;
+  std::ifstream("/proc/" + std::to_string(pid) + "/statm") >> size >> pages;
+  return pages * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
 // A PostgreSQL cluster of its own with the demo experiment (scripts/dbctl), stopped and removed at
@@ -427,7 +398,6 @@ TEST_F(FaultTest, GarbageFromClientsNeitherStopsNorLeaksAndRealCallsAreAnswered)
       {"random bytes to a TLS server", tls, RandomBytes(65536, 3), true},
       // A SETTINGS frame announcing 100 bytes of which 2 come, then the client leaves.
       {"half a frame", plain, kPreface + std::string("\0\0\x64\x04\0\0\0\0\0\0\x01", 11), false},
-      {"nothing at all", plain, "", false},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -438,12 +408,6 @@ TEST_F(FaultTest, GarbageFromClientsNeitherStopsNorLeaksAndRealCallsAreAnswered)
       EXPECT_TRUE(garbage.ClosedByServer());
     }
     EXPECT_EQ(Ask(plain.Address("ubo")), 0);  // also while a half-sent or idle one stays open
-  }
-  for (const ServerProcess* server : {&plain, &tls}) {  // many at once, reaching every worker
-    std::vector<std::unique_ptr<RawConnection>> many;
-    for (int i = 0; i < 300; ++i) many.push_back(std::make_unique<RawConnection>(server->port()));
-    for (auto& connection : many) connection->Send(kPreface + kEmptySettings);
-    EXPECT_EQ(Ask(plain.Address("ubo")), 0);
   }
   tovakRelease();
   EXPECT_EQ(Ask(tls.Address("ubo", "grpcs")), 0);
@@ -530,11 +494,9 @@ TEST_F(FaultTest, MalformedRequestsAreRefusedOrAnsweredAndTheServerGoesOn) {
     }
     // Answered, or refused as not parsable (or not known): never a lost connection or a hang.
     EXPECT_TRUE(Eventually([&] { return calls.Ended() == std::size(payloads); }));
-    EXPECT_EQ(calls.Ended(grpc::StatusCode::OK) + calls.Ended(grpc::StatusCode::INTERNAL) +
-                  calls.Ended(grpc::StatusCode::INVALID_ARGUMENT) +
-                  calls.Ended(grpc::StatusCode::UNIMPLEMENTED),
-              std::size(payloads))
-        << method;
+    EXPECT_EQ(calls.Ended({grpc::StatusCode::OK, grpc::StatusCode::INTERNAL,
+                           grpc::StatusCode::INVALID_ARGUMENT, grpc::StatusCode::UNIMPLEMENTED}),
+              std::size(payloads)) << method;
     EXPECT_EQ(Ask(address), 0) << method;
   }
   ExpectCleanEnd(server);
@@ -563,18 +525,12 @@ TEST_F(FaultTest, OneClientsUnfinishedCallsAndIdleConnectionsLeaveAnothersLookup
                     target = "127.0.0.1:" + std::to_string(server.port());
   ASSERT_EQ(Ask(address), 0);
   const pid_t worker = server.Workers().at(0);
-  const Footprint before = FootprintOf(worker);
-  {  // the standard health service: SERVING
-    OpenCalls health(grpc::CreateChannel(target, grpc::InsecureChannelCredentials()));
-    health.Start("/grpc.health.v1.Health/Check", "");
-    ASSERT_TRUE(Eventually([&] { return health.Ended(grpc::StatusCode::OK) == 1; }));
-    EXPECT_EQ(health.Reply(0), std::string("\x08\x01", 2));
-  }
+  const long fds = Descriptors(worker), rss = ResidentKiB(worker);
   ServerProcess second(dir_, "second", "anonymous = allow\n", server.port());
   EXPECT_FALSE(second.listening());
   EXPECT_NE(second.Log().find("another process"), std::string::npos) << second.Log();
 
-  // The abuser: connections that only set up HTTP/2, and connections each with more calls whose
+  // The abuser: connections that only set up HTTP/2, and connections each with as many calls whose
   // message never comes as the server lets one connection have.
   constexpr int kIdle = 1000, kChannels = 128, kCallsPerChannel = 16;
   std::vector<std::unique_ptr<RawConnection>> idle;
@@ -582,50 +538,38 @@ TEST_F(FaultTest, OneClientsUnfinishedCallsAndIdleConnectionsLeaveAnothersLookup
     idle.push_back(std::make_unique<RawConnection>(server.port()));
     idle.back()->Send(kPreface + kEmptySettings);
   }
-  std::vector<std::shared_ptr<grpc::Channel>> channels;
   std::vector<std::unique_ptr<OpenCalls>> unfinished;
   for (int i = 0; i < kChannels; ++i) {
     grpc::ChannelArguments arguments;
     arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);  // a connection of its own
     arguments.SetInt(GRPC_ARG_ENABLE_RETRIES, 0);             // ended calls stay ended
-    channels.push_back(
-        grpc::CreateCustomChannel(target, grpc::InsecureChannelCredentials(), arguments));
-    unfinished.push_back(std::make_unique<OpenCalls>(channels.back()));
+    auto channel = grpc::CreateCustomChannel(target, grpc::InsecureChannelCredentials(), arguments);
+    ASSERT_TRUE(channel->WaitForConnected(std::chrono::system_clock::now() + kGuard));
+    unfinished.push_back(std::make_unique<OpenCalls>(channel));
     for (int call = 0; call < kCallsPerChannel; ++call) {
       unfinished.back()->Start(kInfox, std::nullopt);
     }
   }
-  EXPECT_TRUE(Eventually([&] {
-    unfinished.front()->Ended();  // polls: the client's connections progress only then
-    return std::all_of(channels.begin(), channels.end(), [](const auto& channel) {
-      return channel->GetState(false) == GRPC_CHANNEL_READY;
-    });
-  }));
   // The other client's lookups answer within their deadline.
-  Clock::duration slowest{};
+  using std::chrono::microseconds;
+  microseconds slowest{};
   for (int i = 0; i < 20; ++i) {
     const Clock::time_point start = Clock::now();
     EXPECT_EQ(Ask(address, milliseconds(5000)), 0);
-    slowest = std::max(slowest, Clock::now() - start);
+    slowest = std::max(slowest, std::chrono::duration_cast<microseconds>(Clock::now() - start));
   }
   // One descriptor per connection, and less than 384 KiB of memory for each with its calls (gRPC's
   // buffers; the sanitizer build's figure).
-  const Footprint during = FootprintOf(worker);
-  EXPECT_LE(during.fds, before.fds + kIdle + kChannels + 8);
-  EXPECT_LT(during.rssKiB - before.rssKiB, 384 * (kIdle + kChannels));
-  std::printf("abuse: %d unfinished calls on %d connections, %d idle connections; worker fds %ld"
-              " -> %ld, VmRSS %ld -> %ld KiB; slowest other lookup %lld ms\n",
-              kChannels * kCallsPerChannel, kChannels, kIdle, before.fds, during.fds,
-              before.rssKiB, during.rssKiB,
-              static_cast<long long>(
-                  std::chrono::duration_cast<milliseconds>(slowest).count()));
+  EXPECT_LE(Descriptors(worker), fds + kIdle + kChannels + 8);
+  EXPECT_LT(ResidentKiB(worker) - rss, 384 * (kIdle + kChannels));
+  std::printf("abuse: fds %ld -> %ld, RSS %ld -> %ld KiB, slowest other lookup %ld us\n", fds,
+              Descriptors(worker), rss, ResidentKiB(worker), static_cast<long>(slowest.count()));
   // A connection with an unfinished call is never idle: its age ends it, and the calls.
   EXPECT_TRUE(Eventually([&] { return ConnectionsTo(server.port()).open == 0; }));
   for (auto& calls : unfinished) {
     EXPECT_TRUE(Eventually([&] { return calls->Ended() == size_t{kCallsPerChannel}; }));
   }
-  EXPECT_LE(FootprintOf(worker).fds, before.fds + 2);
-  EXPECT_EQ(Ask(address), 0);
+  EXPECT_LE(Descriptors(worker), fds + 2);
   ExpectCleanEnd(server);
 }
 
@@ -645,11 +589,11 @@ TEST_F(FaultTest, DatabaseBehindTheServerStoppedOrPausedGivesStatusesAndRecovers
   EXPECT_EQ(Ask(address), 0);
   // A database that stops answering holds the worker's lookup: the caller's deadline ends the call,
   // and the lookup's query too, long before the query time-out (30 s).
-  const auto failures = [&] { return Occurrences(server.Log(), " status=-"); };
-  const size_t failed = failures();
+  const auto lastFailure = [&] { return server.Log().rfind(" status=-"); };
+  const size_t failed = lastFailure();
   database.Pause(true);
   EXPECT_EQ(Ask(address, kDeadline), TOVAK_E_REMOTE_DEADLINE);
-  EXPECT_TRUE(Eventually([&] { return failures() > failed; }, std::chrono::seconds(20)));
+  EXPECT_TRUE(Eventually([&] { return lastFailure() != failed; }, std::chrono::seconds(20)));
   database.Pause(false);
   EXPECT_TRUE(AnswersAgain(address, {TOVAK_E_NO_REMOTE}));
   for (int i = 0; i < 5; ++i) EXPECT_EQ(Ask(address), 0);
@@ -659,15 +603,14 @@ TEST_F(FaultTest, DatabaseBehindTheServerStoppedOrPausedGivesStatusesAndRecovers
   OpenCalls calls(grpc::CreateChannel("127.0.0.1:" + std::to_string(server.port()),
                                       grpc::InsecureChannelCredentials()));
   for (int i = 0; i < 12; ++i) calls.Start(kInfox, "");
-  EXPECT_TRUE(Eventually([&] { return calls.Ended(grpc::StatusCode::RESOURCE_EXHAUSTED) == 9; }));
+  EXPECT_TRUE(Eventually([&] { return calls.Ended({grpc::StatusCode::RESOURCE_EXHAUSTED}) == 9; }));
   EXPECT_EQ(Ask(address), TOVAK_E_REMOTE_BUSY);
   const Clock::time_point stopping = Clock::now();
   EXPECT_NE(server.Stop(), 0);
   EXPECT_LT(Clock::now() - stopping, std::chrono::seconds(5));
   database.Pause(false);
-  EXPECT_TRUE(Eventually([&] { return calls.Ended(grpc::StatusCode::UNAVAILABLE) == 3; }));
+  EXPECT_TRUE(Eventually([&] { return calls.Ended({grpc::StatusCode::UNAVAILABLE}) == 3; }));
   EXPECT_NE(server.Log().find("refused:stopping"), std::string::npos) << server.Log();
-  EXPECT_NE(server.Log().find("did not stop in time, killed"), std::string::npos);
 }
 
 }  // namespace

@@ -65,14 +65,12 @@ TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason)
   ServerConfig c;
   std::string error;
   ASSERT_TRUE(ParseServerConfig("listen = [::1]:5\nworkers = 8\nanonymous = allow\nsite.UBO.index"
-                                " = i\nidle_timeout = 86400\nhandshake_timeout = 1\nqueue_length = 0\n"
-                                "keepalive_timeout = 7", &c, &error));
+                                " = i\nidle_timeout = 86400\nhandshake_timeout = 1", &c, &error));
   EXPECT_EQ(c.listenHost + " " + std::to_string(c.listenPort) + " " + std::to_string(c.workers) +
                 " " + c.sites.at("ubo").indexServer + (c.tls() ? " TLS" : "") + " " +
                 std::to_string(c.idleTimeoutSeconds) + " " +
-                std::to_string(c.handshakeTimeoutSeconds) + " " + std::to_string(c.queueLength) +
-                " " + std::to_string(c.keepaliveTimeoutSeconds),
-            "::1 5 8 i 86400 1 0 7");  // site names without regard to case
+                std::to_string(c.handshakeTimeoutSeconds),
+            "::1 5 8 i 86400 1");  // site names without regard to case
 
   const std::string site = "anonymous = allow\nsite.ubo.index = /ubo\n";
   const std::string cases[][2] = {
@@ -85,7 +83,6 @@ TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason)
       {"anonymous = allow\nsite.ubo.setup = /ubo\n", "site.ubo.index"},
       {site + "idle_timeout = 0\n", "idle_timeout"},
       {site + "handshake_timeout = 86401\n", "handshake_timeout"},
-      {site + "queue_length = 4097\n", "queue_length"}, {site + "max_streams = 0\n", "max_streams"},
   };
   for (const auto& [text, reason] : cases) {
     EXPECT_FALSE(ParseServerConfig(text, &c, &error)) << text;
