@@ -3,8 +3,13 @@
 // Latency: the same lookup (the DTS link of a Magnetics channel) by direct
 // database access (the floor) and through the server, back to back in each
 // iteration, with both connections kept open. Counters ours_us (remote),
-// floor_us (direct) and floor_ratio = remote / direct; once anonymous and
-// once with a signed proof of identity on every call.
+// floor_us (direct) and floor_ratio = remote / direct, anonymous.
+//
+// Cost of identity: blocks of the same remote lookup, anonymous and
+// authenticated in turn, in the same run: over a plain connection with a
+// signed proof on every call, and over TLS with a client certificate that
+// names the user once per connection. Counters anonymous_us,
+// authenticated_us and ratio = authenticated / anonymous.
 //
 // Throughput: 1, 4 and 16 client processes calling as fast as they can for
 // a fixed time, against servers with 1 and with 4 worker processes; counter
@@ -56,7 +61,17 @@ class Workspace {
     if (mkdtemp(dir.data()) == nullptr) std::abort();
     dir_ = dir;
     keys_ = Shell("openssl genpkey -algorithm ED25519 -out " + dir_ + "/alice.key") &&
-            Shell("openssl pkey -in " + dir_ + "/alice.key -pubout -out " + dir_ + "/alice.pub");
+            Shell("openssl pkey -in " + dir_ + "/alice.key -pubout -out " + dir_ + "/alice.pub") &&
+            Shell("openssl genpkey -algorithm EC -pkeyopt ec_paramgen_curve:P-256 -out " + dir_ +
+                  "/bob.key") &&
+            Shell("openssl pkey -in " + dir_ + "/bob.key -pubout -out " + dir_ + "/bob.pub") &&
+            Shell("(openssl req -x509 -days 2 -subj /CN=alice -key " + dir_ + "/alice.key -out " +
+                  dir_ + "/alice.crt && cat " + dir_ + "/alice.key " + dir_ + "/alice.crt > " +
+                  dir_ + "/alice.pem)") &&
+            Shell("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes"
+                  " -days 2 -subj /CN=localhost -addext subjectAltName=IP:127.0.0.1 -keyout " +
+                  dir_ + "/server.key -out " + dir_ + "/server.crt && chmod 600 " + dir_ +
+                  "/server.key");
   }
   ~Workspace() {
     std::error_code ignored;
@@ -79,13 +94,18 @@ Workspace& Space() {
 // A tovak-server with the given number of workers, stopped by its PID.
 class Server {
  public:
-  explicit Server(int workers) {
-    const std::string name = "server" + std::to_string(workers);
+  explicit Server(int workers, bool tls = false) : scheme_(tls ? "grpcs" : "grpc") {
+    const std::string name = "server" + std::to_string(workers) + scheme_;
     const std::string config = Space().File(name + ".conf");
     port_ = Space().File(name + ".port");
     std::ofstream(config) << "listen = 127.0.0.1:0\nworkers = " << workers
                           << "\nanonymous = allow\nuser.alice = " << Space().File("alice.pub")
+                          << "\nuser.bob = " << Space().File("bob.pub")
                           << "\nsite.ubo.index = /ubo\nsite.tsu.index = /tsu\n";
+    if (tls) {
+      std::ofstream(config, std::ios::app) << "tls_certificate = " << Space().File("server.crt")
+                                           << "\ntls_key = " << Space().File("server.key") << "\n";
+    }
     std::remove(port_.c_str());
     pid_ = fork();
     if (pid_ == 0) {
@@ -101,7 +121,7 @@ class Server {
   }
   // The server's address for callers of a site.
   std::string address(const char* site = "ubo") const {
-    return "grpc://127.0.0.1:" + port_ + "/" + site;
+    return scheme_ + "://127.0.0.1:" + port_ + "/" + site;
   }
   ~Server() {
     kill(pid_, SIGTERM);
@@ -109,6 +129,7 @@ class Server {
   }
 
  private:
+  std::string scheme_;
   pid_t pid_ = -1;
   std::string port_;
 };
@@ -121,22 +142,10 @@ int LookUp(const char* server) {
                           &setting, &n8, source, &pre, &interval, &host, word3);
 }
 
-void UseCredentials(bool signed_) {
-  if (signed_) {
-    setenv("TOVAK_USER", "alice", 1);
-    setenv("TOVAK_USER_KEY_FILE", Space().File("alice.key").c_str(), 1);
-  } else {
-    unsetenv("TOVAK_USER");
-    unsetenv("TOVAK_USER_KEY_FILE");
-  }
-  tovakRelease();
-}
-
 void BM_RemoteLatency(benchmark::State& state) {
   if (!Space().ready()) return state.SkipWithError("openssl could not make a key");
   Server server(1);
-  const bool signed_ = state.range(0) != 0;
-  UseCredentials(signed_);
+  tovakRelease();
   IndexNoClosing(1);
   const std::string address = server.address();
   setTovakProtocolV2(address.c_str());
@@ -162,9 +171,56 @@ void BM_RemoteLatency(benchmark::State& state) {
   state.counters["ours_us"] = remote / n * 1e6;
   state.counters["floor_us"] = direct / n * 1e6;
   state.counters["floor_ratio"] = direct > 0 ? remote / direct : 0;
-  state.SetLabel(signed_ ? "signed calls" : "anonymous calls");
+  state.SetLabel("anonymous calls");
 }
-BENCHMARK(BM_RemoteLatency)->Arg(0)->Arg(1)->Iterations(2000)->UseRealTime();
+BENCHMARK(BM_RemoteLatency)->Iterations(2000)->UseRealTime();
+
+// Anonymous, or the user with the key file USER.KIND (a connection of its own).
+void UseCredentials(const char* user, const char* kind) {
+  if (user != nullptr) {
+    setenv("TOVAK_USER", user, 1);
+    setenv("TOVAK_USER_KEY_FILE", Space().File(std::string(user) + "." + kind).c_str(), 1);
+  } else {
+    unsetenv("TOVAK_USER");
+    unsetenv("TOVAK_USER_KEY_FILE");
+  }
+  tovakRelease();
+}
+
+constexpr int kBlockCalls = 200;
+
+// Arg: 0 plain with Ed25519 proofs, 1 plain with ECDSA P-256 proofs, 2 TLS with a client
+// certificate.
+void BM_IdentityCost(benchmark::State& state) {
+  if (!Space().ready()) return state.SkipWithError("openssl could not make a key");
+  const int64_t mode = state.range(0);
+  const bool tls = mode == 2;
+  const char* user = mode == 1 ? "bob" : "alice";
+  Server server(1, tls);
+  setenv("TOVAK_CA_FILE", Space().File("server.crt").c_str(), 1);
+  const std::string address = server.address();
+  setTovakProtocolV2(address.c_str());
+  double seconds[2] = {0, 0};  // anonymous, authenticated
+  for (auto _ : state) {
+    for (int authenticated : {0, 1}) {
+      UseCredentials(authenticated == 0 ? nullptr : user, tls ? "pem" : "key");
+      if (LookUp(nullptr) != 0) return state.SkipWithError("remote lookup failed");
+      const auto start = Clock::now();
+      for (int i = 0; i < kBlockCalls; ++i) benchmark::DoNotOptimize(LookUp(nullptr));
+      seconds[authenticated] += std::chrono::duration<double>(Clock::now() - start).count();
+    }
+  }
+  UseCredentials(nullptr, nullptr);
+  setTovakProtocolV1();
+  const double calls = static_cast<double>(state.iterations()) * kBlockCalls;
+  state.counters["anonymous_us"] = seconds[0] / calls * 1e6;
+  state.counters["authenticated_us"] = seconds[1] / calls * 1e6;
+  state.counters["ratio"] = seconds[0] > 0 ? seconds[1] / seconds[0] : 0;
+  const char* labels[] = {"plain, Ed25519 proof per call", "plain, P-256 proof per call",
+                          "TLS, client certificate"};
+  state.SetLabel(labels[mode]);
+}
+BENCHMARK(BM_IdentityCost)->DenseRange(0, 2)->Iterations(10)->UseRealTime();
 
 // Runs in a client process: calls for the given time, prints the count.
 int ClientMain(const char* address, double seconds) {

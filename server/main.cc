@@ -5,27 +5,14 @@
 // --check only reads and checks the configuration.
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 
-#include "remote/file_text.h"
-#include "server/authorizer.h"
+#include "server/key_set.h"
 #include "server/server_config.h"
 #include "server/supervisor.h"
 
 namespace {
-
-// The TLS files must be readable before any worker starts.
-bool TlsFilesReadable(const tovak::server::ServerConfig& config, std::string* error) {
-  if (!config.tls()) return true;
-  std::string content;
-  for (const std::string* file : {&config.tlsCertificateFile, &config.tlsKeyFile}) {
-    if (!tovak::remote::ReadWholeFile(*file, &content)) {
-      *error = "cannot read " + *file;
-      return false;
-    }
-  }
-  return true;
-}
 
 int Usage() {
   std::fprintf(stderr, "usage: tovak-server --config FILE [--port-file FILE] [--check]\n");
@@ -53,15 +40,20 @@ int main(int argc, char** argv) {
 
   tovak::server::ServerConfig config;
   std::string error;
-  tovak::server::Authorizer keys;
+  std::shared_ptr<const tovak::server::KeySet> keys;
   if (!tovak::server::LoadServerConfig(configFile, &config, &error) ||
-      !keys.Load(config, &error) || !TlsFilesReadable(config, &error)) {
+      !(keys = tovak::server::LoadKeySet(config, &error))) {
     std::fprintf(stderr, "tovak-server: bad configuration: %s\n", error.c_str());
     return 1;
+  }
+  if (!config.tls() && !tovak::server::ListensOnLoopback(config)) {
+    std::fprintf(stderr, "tovak-server: warning: plain connections on %s: requests and answers "
+                         "travel unprotected (see the threat model in docs/remote.md)\n",
+                 config.listenHost.c_str());
   }
   if (checkOnly) {
     std::fprintf(stderr, "tovak-server: %s is valid\n", configFile.c_str());
     return 0;
   }
-  return tovak::server::Supervise(config, portFile);
+  return tovak::server::Supervise(config, std::move(keys), portFile);
 }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "config/config_file.h"
+#include "remote/call_auth.h"
 #include "remote/file_text.h"
 
 namespace tovak::server {
@@ -96,6 +97,27 @@ int* SecondsField(const std::string& key, ServerConfig* config) {
   return nullptr;
 }
 
+// "a, B ,c" -> a, b, c (as proofs name them).
+std::vector<std::string> NameList(const std::string& text) {
+  std::vector<std::string> names;
+  size_t begin = 0;
+  for (size_t end = 0; end != std::string::npos; begin = end + 1) {
+    end = text.find(',', begin);
+    const std::string item = text.substr(begin, end == std::string::npos ? end : end - begin);
+    const size_t first = item.find_first_not_of(" \t"), last = item.find_last_not_of(" \t");
+    if (first != std::string::npos) {
+      names.push_back(remote::AudienceName(item.substr(first, last - first + 1)));
+    }
+  }
+  return names;
+}
+
+bool IsWildcard(const std::string& host) { return host == "0.0.0.0" || host == "::"; }
+
+bool IsLoopback(const std::string& host) {
+  return host == "localhost" || host == "::1" || StartsWith(host, "127.");
+}
+
 bool ApplyKey(const std::string& key, const std::string& value, ServerConfig* config,
               std::string* error) {
   if (int* seconds = SecondsField(key, config)) return ParseSeconds(key, value, seconds, error);
@@ -107,6 +129,11 @@ bool ApplyKey(const std::string& key, const std::string& value, ServerConfig* co
     config->tlsCertificateFile = value;
   } else if (key == "tls_key") {
     config->tlsKeyFile = value;
+  } else if (key == "name") {
+    config->names = NameList(value);
+    if (config->names.empty()) return Fail(error, "name: expected host names separated by commas");
+  } else if (key == "nonce_file") {
+    config->nonceFile = value;
   } else if (key == "anonymous") {
     if (value != "allow" && value != "deny") return Fail(error, "anonymous: expected allow or deny");
     config->allowAnonymous = value == "allow";
@@ -134,6 +161,10 @@ bool CheckComplete(const ServerConfig& config, std::string* error) {
   for (const auto& [name, site] : config.sites) {
     if (site.indexServer.empty()) return Fail(error, "site." + name + ".index is missing");
   }
+  if (config.names.empty() && IsWildcard(config.listenHost) && !config.userKeyFiles.empty()) {
+    return Fail(error, "name is required when listening on every address (" +
+                           config.listenHost + ") with users: the names clients use");
+  }
   if (!config.allowAnonymous && config.userKeyFiles.empty()) {
     return Fail(error, "anonymous = deny and no user.NAME configured: nobody could call");
   }
@@ -141,6 +172,19 @@ bool CheckComplete(const ServerConfig& config, std::string* error) {
 }
 
 }  // namespace
+
+std::vector<std::string> ServerNames(const ServerConfig& config) {
+  if (!config.names.empty()) return config.names;
+  std::vector<std::string> names = {remote::AudienceName(config.listenHost)};
+  if (ListensOnLoopback(config)) {
+    for (const char* name : {"localhost", "127.0.0.1", "::1"}) {
+      if (names.front() != name) names.push_back(name);
+    }
+  }
+  return names;
+}
+
+bool ListensOnLoopback(const ServerConfig& config) { return IsLoopback(config.listenHost); }
 
 std::string SiteKey(const std::string& site) {
   std::string key = site;
@@ -155,6 +199,10 @@ bool ParseServerConfig(const std::string& text, ServerConfig* config, std::strin
   if (!parsed.malformedLines.empty()) {
     return Fail(error, "line " + std::to_string(parsed.malformedLines.front()) +
                            ": not KEY = VALUE");
+  }
+  if (!parsed.repeatedKeys.empty()) {
+    const auto& [line, key] = parsed.repeatedKeys.front();
+    return Fail(error, "line " + std::to_string(line) + ": '" + key + "' given twice");
   }
   ServerConfig result;
   for (const auto& [key, value] : parsed.values) {

@@ -14,17 +14,23 @@
 //   connection_age_grace = 30         still open then has the grace to end, then is cut off)
 //   keepalive_time = 60               seconds of silence after which the server pings a peer,
 //   keepalive_timeout = 20            and drops it when no answer comes within this time
+//   name = host.example.org, host2    names clients reach the server by (the audience of proofs)
+//   nonce_file = /var/lib/tovak/nonces  keeps recent proofs' nonces across restarts
 //   user.NAME = /path/NAME.pub.pem    public key of an authorized user
 //   site.NAME.index = host/site::db   index database server name of a site
 //   site.NAME.setup = host/site       setup database server name of a site
 //
 // Every site needs an index server name. Site names are compared without
-// regard to case.
+// regard to case. A key given twice is refused. Without name, the server's
+// names are the listen host and, when it is a loopback address, "localhost",
+// "127.0.0.1" and "::1"; a wildcard listen host (0.0.0.0, ::) with users
+// needs name.
 #ifndef TOVAK_SERVER_SERVER_CONFIG_H_
 #define TOVAK_SERVER_SERVER_CONFIG_H_
 
 #include <map>
 #include <string>
+#include <vector>
 
 namespace tovak::server {
 
@@ -48,6 +54,8 @@ struct ServerConfig {
   int connectionAgeGraceSeconds = 30;
   int keepaliveTimeSeconds = 60;
   int keepaliveTimeoutSeconds = 20;
+  std::vector<std::string> names;  // lower case; see ServerNames
+  std::string nonceFile;           // empty: nonces kept in memory only
   std::map<std::string, std::string> userKeyFiles;  // user name -> public key file
   std::map<std::string, SiteConfig> sites;          // lower-case site name
 
@@ -66,6 +74,12 @@ bool ParseServerConfig(const std::string& text, ServerConfig* config, std::strin
 
 // Reads and parses the file at path.
 bool LoadServerConfig(const std::string& path, ServerConfig* config, std::string* error);
+
+// The names proofs of identity may be meant for (AudienceName form).
+std::vector<std::string> ServerNames(const ServerConfig& config);
+
+// True when the listen host is a loopback address or "localhost".
+bool ListensOnLoopback(const ServerConfig& config);
 
 // Lower-cases ASCII letters; site names are matched this way.
 std::string SiteKey(const std::string& site);

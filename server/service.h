@@ -45,12 +45,16 @@ class TimingDataService final : public remote::v1::TimingData::Service {
                                      v1::DTSParametersCountReply* reply) override;
 
  private:
+  // The verdict on the call named method about site with request.
+  Verdict Authorize(grpc::ServerContext* context, const char* method, const std::string& site,
+                    const google::protobuf::MessageLite& request);
   // Authorizes the call and, when site names a served site, runs
   // answer(indexServer) in the library's turn, unless the caller has gone
   // meanwhile, with its database queries ending by the caller's deadline;
   // answer returns the lookup's status. Logs the outcome.
   template <class Answer>
-  grpc::Status Serve(grpc::ServerContext* context, const char* method, Answer&& answer);
+  grpc::Status Serve(grpc::ServerContext* context, const char* method,
+                     const google::protobuf::MessageLite& request, Answer&& answer);
 
   const ServerConfig& config_;
   Authorizer& authorizer_;

@@ -1,6 +1,5 @@
 #include "server/supervisor.h"
 
-#include <arpa/inet.h>
 #include <netdb.h>
 #include <poll.h>
 #include <signal.h>
@@ -19,6 +18,7 @@
 #include <thread>
 #include <vector>
 
+#include "server/nonce_store.h"
 #include "server/worker.h"
 
 namespace tovak::server {
@@ -110,14 +110,6 @@ int ReservePort(const std::string& host, int wanted, Fd* reservation, int* port)
   return failure;
 }
 
-// Plain connections on an address other hosts can reach carry calls and answers readable on the
-// way.
-bool Loopback(const std::string& host) {
-  in_addr v4{};
-  if (inet_pton(AF_INET, host.c_str(), &v4) == 1) return (ntohl(v4.s_addr) >> 24) == 127;
-  return host == "::1" || host == "localhost";
-}
-
 struct Worker {
   pid_t pid = -1;
   std::chrono::steady_clock::time_point started;
@@ -125,8 +117,10 @@ struct Worker {
 
 class Supervisor {
  public:
-  Supervisor(const ServerConfig& config, std::string address, Fd reservation)
-      : config_(config), address_(std::move(address)), reservation_(std::move(reservation)) {}
+  Supervisor(const ServerConfig& config, std::shared_ptr<const KeySet> keys, NonceStore& nonces,
+             std::string address, Fd reservation)
+      : config_(config), keys_(std::move(keys)), nonces_(nonces), address_(std::move(address)),
+        reservation_(std::move(reservation)) {}
 
   // Starts every worker; false when one fails to start.
   bool StartAll() {
@@ -146,10 +140,12 @@ class Supervisor {
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGCHLD);
+    sigaddset(&signals, SIGHUP);
     const timespec pause = {std::chrono::seconds(kRestartPause).count(), 0};
     for (;;) {
       const int signal = sigtimedwait(&signals, nullptr, &pause);
       if (signal == SIGTERM || signal == SIGINT) return;
+      if (signal == SIGHUP) ReloadKeys();
       ReplaceMissingWorkers();
     }
   }
@@ -199,7 +195,7 @@ class Supervisor {
       readEnd.reset();
       reservation_.reset();
       std::fflush(stderr);
-      const int status = RunWorker(config_, address_, writeEnd.release());
+      const int status = RunWorker(config_, *keys_, nonces_, address_, writeEnd.release());
       CheckLeaks();
       _exit(status);
     }
@@ -260,7 +256,33 @@ class Supervisor {
     }
   }
 
+  // Loads the keys again; when they load, replaces the workers one at a time,
+  // each new one listening before the old one stops. A failed load keeps
+  // the old keys.
+  void ReloadKeys() {
+    std::string error;
+    std::shared_ptr<const KeySet> keys = LoadKeySet(config_, &error);
+    if (!keys) {
+      std::fprintf(stderr, "tovak-server: keys not reloaded, the old ones stay: %s\n",
+                   error.c_str());
+      return;
+    }
+    keys_ = std::move(keys);
+    int replaced = 0;
+    for (Worker& worker : workers_) {
+      Worker fresh;
+      if (!Start(fresh)) continue;
+      if (worker.pid > 0 && kill(worker.pid, SIGTERM) == 0) waitpid(worker.pid, nullptr, 0);
+      worker = fresh;
+      ++replaced;
+    }
+    std::fprintf(stderr, "tovak-server: keys reloaded, %d of %zu worker(s) replaced\n", replaced,
+                 workers_.size());
+  }
+
   const ServerConfig& config_;
+  std::shared_ptr<const KeySet> keys_;
+  NonceStore& nonces_;
   std::string address_;
   Fd reservation_;  // keeps the port from other servers until the workers listen on it
   std::vector<Worker> workers_;
@@ -282,15 +304,23 @@ void BlockStopSignals() {
   sigaddset(&signals, SIGTERM);
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGCHLD);
+  sigaddset(&signals, SIGHUP);
   sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
 }  // namespace
 
-int Supervise(const ServerConfig& config, const std::string& portFile) {
+int Supervise(const ServerConfig& config, std::shared_ptr<const KeySet> keys,
+              const std::string& portFile) {
   // Blocked here, inherited by the workers: each process waits for them
   // with sigwait.
   BlockStopSignals();
+  NonceStore nonces;
+  std::string error;
+  if (!nonces.Open(config.nonceFile, &error)) {
+    std::fprintf(stderr, "tovak-server: %s\n", error.c_str());
+    return 1;
+  }
   Fd reservation;
   int port = config.listenPort;
   const std::string wanted = Address(config.listenHost, port);
@@ -300,14 +330,8 @@ int Supervise(const ServerConfig& config, const std::string& portFile) {
                                        : std::strerror(failure));
     return 1;
   }
-  if (!config.tls() && !Loopback(config.listenHost)) {
-    std::fprintf(stderr,
-                 "tovak-server: warning: plain connections on %s, which other hosts may reach: "
-                 "calls and answers cross the network unencrypted (configure tls_certificate)\n",
-                 config.listenHost.c_str());
-  }
   const std::string address = Address(config.listenHost, port);
-  Supervisor supervisor(config, address, std::move(reservation));
+  Supervisor supervisor(config, std::move(keys), nonces, address, std::move(reservation));
   if (!supervisor.StartAll()) {
     std::fprintf(stderr, "tovak-server: workers failed to start on %s\n", address.c_str());
     supervisor.StopAll();

@@ -13,7 +13,7 @@
 #include <grpcpp/server.h>
 #include <grpcpp/server_builder.h>
 
-#include "remote/file_text.h"
+#include "remote/secret_text.h"
 #include "server/authorizer.h"
 #include "server/service.h"
 #include "tovak/tovak.h"
@@ -28,16 +28,16 @@ constexpr auto kShutdownGrace = std::chrono::seconds(3);
 // checked or refused. When even these are taken, gRPC itself refuses further calls as busy.
 constexpr int kSpareThreads = 8;
 
-std::shared_ptr<grpc::ServerCredentials> Credentials(const ServerConfig& config) {
-  if (!config.tls()) return grpc::InsecureServerCredentials();
-  grpc::SslServerCredentialsOptions::PemKeyCertPair pair;
-  if (!remote::ReadWholeFile(config.tlsKeyFile, &pair.private_key) ||
-      !remote::ReadWholeFile(config.tlsCertificateFile, &pair.cert_chain)) {
-    return nullptr;
-  }
-  grpc::SslServerCredentialsOptions options;
-  options.pem_key_cert_pairs.push_back(std::move(pair));
-  return grpc::SslServerCredentials(options);
+// Over TLS a client may present a certificate: no chain is checked, the
+// service accepts it when its key is a user's key (the handshake proved that
+// the client holds the private key).
+std::shared_ptr<grpc::ServerCredentials> Credentials(const KeySet& keys) {
+  if (keys.tlsCertificate.empty()) return grpc::InsecureServerCredentials();
+  grpc::SslServerCredentialsOptions options(GRPC_SSL_REQUEST_CLIENT_CERTIFICATE_BUT_DONT_VERIFY);
+  options.pem_key_cert_pairs.push_back({keys.tlsKey.value, keys.tlsCertificate});
+  auto credentials = grpc::SslServerCredentials(options);
+  remote::SecretText(std::move(options.pem_key_cert_pairs.front().private_key)).Wipe();
+  return credentials;
 }
 
 void WaitForStopSignal() {
@@ -83,18 +83,10 @@ void ReportReady(int readyFd) {
 
 }  // namespace
 
-int RunWorker(const ServerConfig& config, const std::string& address, int readyFd) {
-  Authorizer authorizer;
-  std::string error;
-  if (!authorizer.Load(config, &error)) {
-    std::fprintf(stderr, "tovak-server: %s\n", error.c_str());
-    return 1;
-  }
-  auto credentials = Credentials(config);
-  if (!credentials) {
-    std::fprintf(stderr, "tovak-server: cannot read the TLS certificate or key\n");
-    return 1;
-  }
+int RunWorker(const ServerConfig& config, const KeySet& keys, NonceStore& nonces,
+              const std::string& address, int readyFd) {
+  Authorizer authorizer(config, keys, nonces);
+  auto credentials = Credentials(keys);
   // Direct database access, with the index connection kept open between
   // requests.
   setTovakProtocolV1();

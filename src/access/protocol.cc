@@ -1,9 +1,9 @@
 // Protocol choice (direct database access or remote server) and set-up of
-// the remote data client from an address [scheme]host[:port][/site].
-#include <cstdlib>
+// the remote data client from an address [scheme]host[:port][/site]
+// (access/remote_address.h).
 #include <cstring>
-#include <string>
 
+#include "access/remote_address.h"
 #include "access/state.h"
 #include "tovak/client_env.h"
 #include "tovak/remote_client.h"
@@ -31,8 +31,6 @@ const Scheme* MatchScheme(const char* url) {
   }
   return nullptr;
 }
-
-constexpr char kDefaultSite[] = "ubo";
 
 }  // namespace
 
@@ -72,23 +70,11 @@ char* CheckV2scheme(char* url, int* tls) {
 
 CmonoMirvoDataClient* tDataClientSetup(const char* server) {
   const char* address = ServerV2Name != nullptr ? ServerV2Name : server;
-  std::string copy;
-  const char* host = nullptr;
-  const char* site = nullptr;
-  int port = 0;
   int tls = -1;  // -1: no scheme, the client's setting stays as it is
-  if (address != nullptr) {
-    copy = address;
-    char* rest = CheckV2scheme(copy.data(), &tls);
-    // Both separators are located before either cut is made.
-    char* colon = std::strchr(rest, ':');
-    char* slash = std::strchr(rest, '/');
-    if (colon != nullptr) *colon = '\0';
-    if (slash != nullptr) *slash = '\0';
-    host = rest;
-    if (colon != nullptr) port = static_cast<int>(std::strtol(colon + 1, nullptr, 10));
-    site = (slash != nullptr && slash[1] != '\0') ? slash + 1 : kDefaultSite;
-  }
+  tovak::RemoteAddress parts;
+  if (address != nullptr) parts = tovak::ParseRemoteAddress(cCheckV2scheme(address, &tls));
+  const char* host = address != nullptr ? parts.host.c_str() : nullptr;
+  const char* site = address != nullptr ? parts.site.c_str() : nullptr;
 
   CmonoMirvoDataClient* client = CmonoMirvoDataClient::getInstance();
   if (tls != -1) client->tlsEnabled = tls;
@@ -96,7 +82,7 @@ CmonoMirvoDataClient* tDataClientSetup(const char* server) {
   client->setExtraKeyFile(CClientEnvironment::getEnv("TOVAK_USER_KEY_FILE"));
   client->setExtraPassPhrase(CClientEnvironment::getEnv("TOVAK_USER_KEY_PASSPHRASE"));
 
-  switch (client->Connect(host, port)) {
+  switch (client->Connect(host, parts.port)) {
     case 0:
       return client->SelectSite(site, 0) == 0 ? client : nullptr;
     case 1:

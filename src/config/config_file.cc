@@ -48,6 +48,7 @@ ParsedConfig ParseConfig(const std::string& text) {
       parsed.malformedLines.push_back(number);
       continue;
     }
+    if (parsed.values.count(key) != 0) parsed.repeatedKeys.emplace_back(number, key);
     parsed.values[key] = Trim(content.substr(equals + 1));
   }
   return parsed;

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tovak::config {
@@ -11,6 +12,8 @@ namespace tovak::config {
 struct ParsedConfig {
   std::map<std::string, std::string> values;
   std::vector<int> malformedLines;  // 1-based numbers of skipped lines
+  // 1-based number and key of each line whose key an earlier line gave.
+  std::vector<std::pair<int, std::string>> repeatedKeys;
 };
 
 // Parses KEY=VALUE lines. Blank lines and lines whose first non-blank

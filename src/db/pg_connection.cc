@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "db/query_deadline.h"
+#include "db/security.h"
 
 namespace tovak::db {
 namespace {
@@ -86,19 +87,24 @@ int PgConnection::Open() {
   // values fall back to libpq's defaults (an empty host: PGHOST). A list of
   // hosts is tried in order, each with the whole connect_timeout. Over TCP,
   // keepalives and the user timeout end a wait on a peer that went away.
+  // TLS and the password source follow the site's settings (db/security.h).
+  const ConnectionSecurity security = SecurityFor(params_.user);
+  const std::string password = security.libpqPassword ? std::string() : params_.password;
   const char* const keywords[] = {"host",             "port",
                                   "dbname",           "user",
                                   "password",         "connect_timeout",
                                   "application_name", "options",
                                   "keepalives_idle",  "keepalives_interval",
                                   "keepalives_count", "tcp_user_timeout",
+                                  "sslmode",          "sslrootcert",
                                   nullptr};
-  const char* const values[] = {params_.host.c_str(),     params_.port.c_str(),
-                                params_.database.c_str(), params_.user.c_str(),
-                                params_.password.c_str(), timeout.c_str(),
-                                "tovak",                  options.c_str(),
-                                "30",                     "10",
-                                "3",                      "60000",
+  const char* const values[] = {params_.host.c_str(),         params_.port.c_str(),
+                                params_.database.c_str(),     params_.user.c_str(),
+                                password.c_str(),             timeout.c_str(),
+                                "tovak",                      options.c_str(),
+                                "30",                         "10",
+                                "3",                          "60000",
+                                security.sslmode.c_str(),     security.sslrootcert.c_str(),
                                 nullptr};
   conn_.reset(PQconnectdbParams(keywords, values, 0));
   // Queries are sent and read without blocking, so that a wait for the

@@ -120,7 +120,9 @@ int tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot, short c
   }
   SetOptionDefaults(preSample, sampInterval, clkHostId);
   return tovak::WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
-    RemoteTexts<5> texts({dtsKind, linkText1, linkText2, clockSource, clkDtsWord3});
+    constexpr size_t kText = tovak::kRemoteTextLimit;
+    RemoteTexts<5> texts({dtsKind, linkText1, linkText2, clockSource, clkDtsWord3},
+                         {tovak::kKindNameLimit, kText, kText, kText, tovak::kOptionsTextLimit});
     return texts.Deliver(client.GetDTSinfox(
         diag, shot, subShot, chKey1, chKey2, texts[0], texts[1], texts[2], linkNum3, linkNum4,
         clockSetting, linkNum8, texts[3], preSample, sampInterval, clkHostId, texts[4]));

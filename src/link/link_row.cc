@@ -1,7 +1,9 @@
 #include "link/link_row.h"
 
 #include <cstring>
+#include <string>
 
+#include "access/output_limits.h"
 #include "access/session.h"
 #include "access/state.h"
 #include "access/text.h"
@@ -23,6 +25,14 @@ constexpr KindName kKindNames[] = {
     {"FPGA-DTS", "FPGA-DTS"},
 };
 constexpr char kUserDefined[] = "UserDefined";
+
+constexpr bool KindNamesFitTheirLimit() {
+  for (const KindName& name : kKindNames) {
+    if (std::char_traits<char>::length(name.normalised) > kKindNameLimit) return false;
+  }
+  return sizeof kUserDefined - 1 <= kKindNameLimit;
+}
+static_assert(KindNamesFitTheirLimit(), "a kind name the remote client would refuse");
 
 // The subshot and channel keys are sign-extended, then passed unsigned.
 unsigned int Widen(short value) { return static_cast<unsigned int>(static_cast<int>(value)); }

@@ -13,6 +13,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "access/output_limits.h"
+
 namespace tovak::link {
 
 // What a lookup does with a keyword's words. A word that is not there (the
@@ -32,10 +34,6 @@ std::string_view WordAt(std::string_view text, size_t pos);
 
 // Copies a word whole into a caller buffer, NUL-terminated.
 void CopyWord(char* dst, std::string_view word);
-
-// How much of an options text is decoded: the working buffer holds 255
-// characters and a NUL.
-constexpr size_t kOptionsTextLimit = 255;
 
 // Scans the text, calling actions for each keyword occurrence in order.
 // Returns TOVAK_E_NOT_SUPPORTED when a "notSupportedNow" word was met, else

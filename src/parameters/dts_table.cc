@@ -25,6 +25,7 @@ int ParameterCount(bool dmodss, int channel) {
   constexpr int kAlwaysPresent = 37;
   const int kindEntries = dmodss ? 2 : 1;  // Inhibit and BusIF, or VMEbusInterrupt
   const int dividerEntries = IsDividerChannel(dmodss, channel) ? 2 : 0;
+  static_assert(kAlwaysPresent + 2 + 2 == kMaxParameterCount, "the longest list");
   return kAlwaysPresent + kindEntries + dividerEntries;
 }
 

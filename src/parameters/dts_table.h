@@ -5,12 +5,11 @@
 
 #include <string>
 
+#include "access/output_limits.h"
 #include "tovak/rdb.h"
 
 namespace tovak {
 
-// Module names are held in 64 bytes: at most 63 characters.
-constexpr int kModuleNameSize = 64;
 // The module name a caller gives when it does not know it.
 constexpr char kUnknownModule[] = "NONAME";
 

@@ -3,6 +3,8 @@
 #include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
+#include <openssl/sha.h>
+#include <openssl/x509.h>
 
 #include <cstring>
 
@@ -51,15 +53,32 @@ const EVP_MD* DigestFor(EVP_PKEY* key) {
 
 }  // namespace
 
-std::string AuthPayload(const std::string& user, const std::string& method,
-                        const std::string& site, int64_t time, const std::string& nonce) {
-  std::string out = "tovak-call-auth-1";
-  AppendField(out, user);
-  AppendField(out, method);
-  AppendField(out, site);
-  AppendField(out, std::to_string(time));
-  AppendField(out, nonce);
+std::string AuthPayload(const ProofFields& fields) {
+  std::string out = "tovak-call-auth-2";
+  for (const std::string* field : {&fields.user, &fields.method, &fields.site, &fields.audience}) {
+    AppendField(out, *field);
+  }
+  AppendField(out, std::to_string(fields.time));
+  AppendField(out, fields.nonce);
+  AppendField(out, fields.requestDigest);
   return out;
+}
+
+std::string Sha256(const std::string& data) {
+  unsigned char digest[SHA256_DIGEST_LENGTH];
+  SHA256(reinterpret_cast<const unsigned char*>(data.data()), data.size(), digest);
+  return std::string(reinterpret_cast<const char*>(digest), sizeof digest);
+}
+
+std::string AudienceName(const std::string& host) {
+  std::string name = host;
+  if (name.size() >= 2 && name.front() == '[' && name.back() == ']') {
+    name = name.substr(1, name.size() - 2);
+  }
+  for (char& c : name) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return name;
 }
 
 PkeyPtr LoadPrivateKey(const std::string& path, const char* passphrase, std::string* error) {
@@ -83,6 +102,40 @@ PkeyPtr LoadPublicKey(const std::string& path, std::string* error) {
   }
   ERR_clear_error();
   return key;
+}
+
+PkeyPtr CertificateKey(const std::string& pem) {
+  BioPtr bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
+  X509Ptr certificate(bio ? PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr) : nullptr);
+  PkeyPtr key(certificate ? X509_get_pubkey(certificate.get()) : nullptr);
+  ERR_clear_error();
+  return key;
+}
+
+std::string CertificateIn(const std::string& path) {
+  BioPtr in(BIO_new_file(path.c_str(), "r"));
+  X509Ptr certificate(in ? PEM_read_bio_X509(in.get(), nullptr, nullptr, nullptr) : nullptr);
+  BioPtr out(BIO_new(BIO_s_mem()));
+  std::string pem;
+  if (certificate && out && PEM_write_bio_X509(out.get(), certificate.get()) == 1) {
+    char* data = nullptr;
+    const long length = BIO_get_mem_data(out.get(), &data);
+    if (length > 0) pem.assign(data, static_cast<size_t>(length));
+  }
+  ERR_clear_error();
+  return pem;
+}
+
+SecretText PrivateKeyPem(EVP_PKEY* key) {
+  SecretText text;
+  BioPtr bio(BIO_new(BIO_s_secmem()));
+  if (bio && PEM_write_bio_PrivateKey(bio.get(), key, nullptr, nullptr, 0, nullptr, nullptr) == 1) {
+    char* data = nullptr;
+    const long length = BIO_get_mem_data(bio.get(), &data);
+    if (length > 0) text.value.assign(data, static_cast<size_t>(length));
+  }
+  ERR_clear_error();
+  return text;
 }
 
 std::string Sign(EVP_PKEY* key, const std::string& data) {

@@ -26,6 +26,9 @@ ClientOptions ReadClientOptions() {
   options.deadline = std::chrono::milliseconds(
       PositiveNumber(CClientEnvironment::getEnv("TOVAK_DEADLINE_MS"), kDefaultDeadlineMs));
   if (const char* ca = CClientEnvironment::getEnv("TOVAK_CA_FILE")) options.caFile = ca;
+  if (const char* file = CClientEnvironment::getEnv("TOVAK_USER_KEY_PASSPHRASE_FILE")) {
+    options.passphraseFile = file;
+  }
   return options;
 }
 

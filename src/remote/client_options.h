@@ -20,6 +20,9 @@ struct ClientOptions {
   // TOVAK_CA_FILE: certificates that may sign the server's certificate;
   // empty: the system's roots.
   std::string caFile;
+  // TOVAK_USER_KEY_PASSPHRASE_FILE: a file (private to its owner) whose first
+  // line is the key's passphrase; used when TOVAK_USER_KEY_PASSPHRASE is unset.
+  std::string passphraseFile;
 };
 
 // The current settings. A TOVAK_DEADLINE_MS that is not a positive decimal

@@ -1,14 +1,21 @@
 #include "remote/grpc_client.h"
 
+#include <arpa/inet.h>
 #include <grpc/support/log.h>
 #include <grpcpp/create_channel.h>
 #include <grpcpp/security/credentials.h>
 #include <grpcpp/support/channel_arguments.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <string_view>
 
 #include "remote/call_auth.h"
+#include "remote/file_text.h"
+#include "remote/reply_bounds.h"
+#include "remote/secret_text.h"
 #include "remote/status_map.h"
 #include "tovak/tovak.h"
 
@@ -30,10 +37,28 @@ void RouteGrpcMessages() {
   (void)routed;
 }
 
-std::string Target(const char* host, int port) {
-  const std::string name = host;
-  const bool ipv6Literal = name.find(':') != std::string::npos && name.front() != '[';
-  return (ipv6Literal ? "[" + name + "]" : name) + ":" + std::to_string(port);
+bool IsIpv6Literal(const std::string& text) {
+  in6_addr address;
+  return inet_pton(AF_INET6, text.c_str(), &address) == 1;
+}
+
+// A name or IPv4 address: none of the characters that delimit the parts of
+// a target, no blanks or control characters.
+bool IsHostName(std::string_view host) {
+  for (const char c : host) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte <= ' ' || byte == 0x7f || std::strchr(":/[]", c) != nullptr) return false;
+  }
+  return !host.empty();
+}
+
+// host:port as gRPC reads it, an IPv6 literal (given bracketed or not) in
+// brackets; empty when host is neither a literal nor a name.
+std::string Target(std::string_view host, int port) {
+  const bool bracketed = host.size() > 2 && host.front() == '[' && host.back() == ']';
+  const std::string inner(bracketed ? host.substr(1, host.size() - 2) : host);
+  if (IsIpv6Literal(inner)) return "[" + inner + "]:" + std::to_string(port);
+  return !bracketed && IsHostName(host) ? inner + ":" + std::to_string(port) : std::string();
 }
 
 std::chrono::system_clock::time_point DeadlineAfter(std::chrono::milliseconds span) {
@@ -57,6 +82,20 @@ void Take(bool written, Value value, Out* out) {
   if (written && out != nullptr) *out = static_cast<Out>(value);
 }
 
+// The passphrase handed over, else the first line of the passphrase file.
+bool ReadPassphrase(bool handedOver, const std::string& text, const std::string& file,
+                    SecretText* passphrase) {
+  if (handedOver || file.empty()) {
+    passphrase->value = text;
+    return true;
+  }
+  std::string ignored;
+  if (!ReadPrivateFile(file, passphrase, &ignored)) return false;
+  passphrase->value.resize(std::min(passphrase->value.find_first_of("\r\n"),
+                                    passphrase->value.size()));
+  return true;
+}
+
 }  // namespace
 
 void GrpcDataClient::Disconnect() {
@@ -64,6 +103,7 @@ void GrpcDataClient::Disconnect() {
   channel_.reset();
   target_.clear();
   channelCaFile_.clear();
+  channelIdentity_ = false;
   site_.clear();
   broken_ = false;
 }
@@ -84,7 +124,16 @@ int GrpcDataClient::OpenChannel(const std::string& target, const ClientOptions& 
     if (!ReadWholeFile(roots, &ssl.pem_root_certs) && !options.caFile.empty()) {
       return TOVAK_E_REMOTE_CREDENTIALS;
     }
+    // A certificate in the key file: the handshake proves the identity once
+    // for the whole connection.
+    SecretText key;
+    if (!credentials_.certificate.empty()) {
+      key = PrivateKeyPem(credentials_.key.get());
+      ssl.pem_private_key = key.value;
+      ssl.pem_cert_chain = credentials_.certificate;
+    }
     transport = grpc::SslCredentials(ssl);
+    SecretText(std::move(ssl.pem_private_key)).Wipe();
   } else {
     transport = grpc::InsecureChannelCredentials();
   }
@@ -101,74 +150,87 @@ int GrpcDataClient::OpenChannel(const std::string& target, const ClientOptions& 
   target_ = target;
   channelTls_ = tlsEnabled;
   channelCaFile_ = options.caFile;
+  channelIdentity_ = tlsEnabled != 0 && !credentials_.certificate.empty();
   return 0;
 }
 
 int GrpcDataClient::Connect(const char* host, int port) {
-  if (host == nullptr || *host == '\0' || port <= 0 || port > 65535) {
-    return TOVAK_E_REMOTE_ADDRESS;
-  }
+  const std::string target = host != nullptr ? Target(host, port) : std::string();
+  if (target.empty() || port <= 0 || port > 65535) return TOVAK_E_REMOTE_ADDRESS;
   RouteGrpcMessages();
   const ClientOptions options = ReadClientOptions();
   deadline_ = options.deadline;
-  if (const int status = RefreshCredentials(); status != 0) return status;
-  const std::string target = Target(host, port);
+  if (const int status = RefreshCredentials(options); status != 0) return status;
+  audience_ = AudienceName(host);
   if (IsConnectedTo(target, tlsEnabled, options)) return 1;
   Disconnect();
   return OpenChannel(target, options);
 }
 
-bool GrpcDataClient::SameCredentials() const {
+bool GrpcDataClient::SameCredentials(const ClientOptions& options) const {
   return credentials_.user == extraUserName() && credentials_.keyFile == extraKeyFile() &&
-         credentials_.passPhrase == extraPassPhrase() &&
+         credentials_.passphraseDigest == Sha256(extraPassPhrase()) &&
+         credentials_.passphraseFile == options.passphraseFile &&
          credentials_.hasKeyFile == hasExtraKeyFile() &&
          credentials_.hasPassPhrase == hasExtraPassPhrase();
 }
 
-int GrpcDataClient::RefreshCredentials() {
-  if (SameCredentials() && (credentials_.key || !credentials_.hasKeyFile)) return 0;
-  credentials_ = LoadedCredentials{};
-  credentials_.user = extraUserName();
+int GrpcDataClient::RefreshCredentials(const ClientOptions& options) {
+  if (SameCredentials(options) && (credentials_.key || credentials_.keyFile.empty())) return 0;
+  Disconnect();
+  credentials_ = LoadedCredentials{extraUserName(), extraKeyFile(), Sha256(extraPassPhrase()),
+                                    options.passphraseFile, hasExtraKeyFile(),
+                                    hasExtraPassPhrase(), nullptr, ""};
   if (!hasExtraKeyFile() || extraKeyFile().empty()) return 0;
   // A key without a user name proves nothing the server can check.
   if (extraUserName().empty()) return TOVAK_E_REMOTE_CREDENTIALS;
-  PkeyPtr key = LoadPrivateKey(extraKeyFile(),
-                               hasExtraPassPhrase() ? extraPassPhrase().c_str() : nullptr,
+  SecretText passphrase;
+  const bool usePassphrase = hasExtraPassPhrase() || !options.passphraseFile.empty();
+  if (!ReadPassphrase(hasExtraPassPhrase(), extraPassPhrase(), options.passphraseFile,
+                      &passphrase)) {
+    return TOVAK_E_REMOTE_CREDENTIALS;
+  }
+  PkeyPtr key = LoadPrivateKey(extraKeyFile(), usePassphrase ? passphrase.value.c_str() : nullptr,
                                nullptr);
   if (!key) return TOVAK_E_REMOTE_CREDENTIALS;
-  credentials_.keyFile = extraKeyFile();
-  credentials_.passPhrase = extraPassPhrase();
-  credentials_.hasKeyFile = true;
-  credentials_.hasPassPhrase = hasExtraPassPhrase();
+  std::string certificate = CertificateIn(extraKeyFile());
+  if (!certificate.empty() && EVP_PKEY_eq(CertificateKey(certificate).get(), key.get()) != 1) {
+    return TOVAK_E_REMOTE_CREDENTIALS;  // a certificate of another key
+  }
   credentials_.key = std::move(key);
+  credentials_.certificate = std::move(certificate);
   return 0;
 }
 
 int GrpcDataClient::PrepareCall(grpc::ClientContext& context, const char* method,
-                                const std::string& site) {
+                                const std::string& site,
+                                const google::protobuf::MessageLite& request) {
   context.set_deadline(DeadlineAfter(deadline_));
   context.AddMetadata(kSiteKey, site);
-  if (credentials_.user.empty()) return 0;
+  if (credentials_.user.empty() || channelIdentity_) return 0;
   context.AddMetadata(kUserKey, credentials_.user);
   if (!credentials_.key) return 0;
-  const int64_t now = static_cast<int64_t>(std::time(nullptr));
-  const std::string nonce = RandomNonce();
-  const std::string signature =
-      Sign(credentials_.key.get(), AuthPayload(credentials_.user, method, site, now, nonce));
-  if (nonce.empty() || signature.empty()) return TOVAK_E_REMOTE_CREDENTIALS;
-  context.AddMetadata(kTimeKey, std::to_string(now));
-  context.AddMetadata(kNonceKey, nonce);
+  ProofFields proof{credentials_.user, method, site, audience_,
+                    static_cast<int64_t>(std::time(nullptr)), RandomNonce(),
+                    Sha256(request.SerializeAsString())};
+  const std::string signature = Sign(credentials_.key.get(), AuthPayload(proof));
+  if (proof.nonce.empty() || signature.empty()) return TOVAK_E_REMOTE_CREDENTIALS;
+  context.AddMetadata(kAudienceKey, audience_);
+  context.AddMetadata(kTimeKey, std::to_string(proof.time));
+  context.AddMetadata(kNonceKey, proof.nonce);
   context.AddMetadata(kSignatureKey, signature);
   return 0;
 }
 
 template <class Rpc>
-int GrpcDataClient::Invoke(const char* method, const std::string& site, Rpc&& rpc) {
+int GrpcDataClient::Invoke(const char* method, const std::string& site,
+                           const google::protobuf::MessageLite& request,
+                           const google::protobuf::Message& reply, Rpc&& rpc) {
   if (!stub_) return TOVAK_E_REMOTE_NOT_CONNECTED;
   grpc::ClientContext context;
-  if (const int status = PrepareCall(context, method, site); status != 0) return status;
+  if (const int status = PrepareCall(context, method, site, request); status != 0) return status;
   const grpc::Status result = rpc(*stub_, context);
-  if (result.ok()) return 0;
+  if (result.ok()) return CheckReply(method, reply);
   if (BreaksConnection(result.error_code())) broken_ = true;
   return StatusOfFailedCall(result);
 }
@@ -179,7 +241,8 @@ int GrpcDataClient::SelectSite(const char* site, int option) {
   request.set_site(site);
   request.set_option(option);
   v1::SelectSiteReply reply;
-  const int failed = Invoke("SelectSite", site, [&](auto& stub, auto& context) {
+  const int failed = Invoke("SelectSite", site, request, reply,
+                            [&](auto& stub, auto& context) {
     return stub.SelectSite(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -207,7 +270,8 @@ int GrpcDataClient::GetDTSinfox(const char* diag, unsigned int shot, int subShot
   if (sampInterval != nullptr) request.set_samp_interval(*sampInterval);
   if (clkHostId != nullptr) request.set_clk_host_id(*clkHostId);
   v1::DTSinfoxReply reply;
-  const int failed = Invoke("GetDTSinfox", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSinfox", site_, request, reply,
+                            [&](auto& stub, auto& context) {
     return stub.GetDTSinfox(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -242,7 +306,8 @@ int GrpcDataClient::GetDTSinfoCLK(const char* diag, unsigned int shot, int subSh
   if (clockSetting != nullptr) request.set_clock_setting(*clockSetting);
   if (linkNum8 != nullptr) request.set_link_num8(*linkNum8);
   v1::DTSinfoCLKReply reply;
-  const int failed = Invoke("GetDTSinfoCLK", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSinfoCLK", site_, request, reply,
+                            [&](auto& stub, auto& context) {
     return stub.GetDTSinfoCLK(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -285,7 +350,8 @@ int GrpcDataClient::SamplingCycle(const char* clkDtsType, const char* clkDtsHost
   if (triggerTime != nullptr) request.set_trigger_time(*triggerTime);
   if (clockCycle != nullptr) request.set_clock_cycle(*clockCycle);
   v1::SamplingCycleReply reply;
-  const int failed = Invoke("SamplingCycle", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("SamplingCycle", site_, request, reply,
+                            [&](auto& stub, auto& context) {
     return stub.SamplingCycle(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -316,7 +382,8 @@ int GrpcDataClient::Sampling0Timing(unsigned char fromClockStart, const char* tr
   request.set_trigger_time(triggerTimeIn);
   if (firstSampleTime != nullptr) request.set_first_sample_time(*firstSampleTime);
   v1::Sampling0TimingReply reply;
-  const int failed = Invoke("Sampling0Timing", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("Sampling0Timing", site_, request, reply,
+                            [&](auto& stub, auto& context) {
     return stub.Sampling0Timing(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -349,7 +416,8 @@ int GrpcDataClient::GetDTSdatax2(const char* trgDtsType, const char* trgDtsHost,
   if (sampPeriod != nullptr) request.set_samp_period(*sampPeriod);
   if (delay != nullptr) request.set_delay(*delay);
   v1::DTSdatax2Reply reply;
-  const int failed = Invoke("GetDTSdatax2", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSdatax2", site_, request, reply,
+                            [&](auto& stub, auto& context) {
     return stub.GetDTSdatax2(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -369,10 +437,12 @@ int GrpcDataClient::GetDTSParameters(const char* dtsName, const char* module,
   request.set_sub_shot(subShot);
   request.set_channel(channel);
   v1::DTSParametersReply reply;
-  const int failed = Invoke("GetDTSParameters", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSParameters", site_, request, reply,
+                            [&](auto& stub, auto& context) {
     return stub.GetDTSParameters(&context, request, &reply);
   });
   if (failed != 0) return failed;
+  if (const int refused = CheckParameterList(reply); refused != 0) return refused;
   Take(reply.has_param_text(), reply.param_text(), paramText);
   return reply.status();
 }
@@ -393,10 +463,12 @@ int GrpcDataClient::GetDTSParametersCount(const char* dtsName, const char* modul
   if (firstChannelOut != nullptr) request.set_first_channel_out(*firstChannelOut);
   if (lastChannelOut != nullptr) request.set_last_channel_out(*lastChannelOut);
   v1::DTSParametersCountReply reply;
-  const int failed = Invoke("GetDTSParametersCount", site_, [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSParametersCount", site_, request, reply,
+                            [&](auto& stub, auto& context) {
     return stub.GetDTSParametersCount(&context, request, &reply);
   });
   if (failed != 0) return failed;
+  if (const int refused = CheckCountChannels(request, reply); refused != 0) return refused;
   Take(reply.has_count(), reply.count(), count);
   Take(reply.has_first_channel(), reply.first_channel(), firstChannelOut);
   Take(reply.has_last_channel(), reply.last_channel(), lastChannelOut);

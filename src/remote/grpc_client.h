@@ -14,6 +14,7 @@
 #include <string>
 
 #include <grpcpp/channel.h>
+#include <google/protobuf/message_lite.h>
 #include <grpcpp/client_context.h>
 
 #include "remote/client_options.h"
@@ -75,30 +76,40 @@ class GrpcDataClient final : public CmonoMirvoDataClient {
   const std::string& site() const { return site_; }
 
  private:
-  // Credentials as they were when the key was loaded.
+  // Credentials as they were when the key was loaded (the passphrase only
+  // as its digest).
   struct LoadedCredentials {
-    std::string user, keyFile, passPhrase;
+    std::string user, keyFile, passphraseDigest, passphraseFile;
     bool hasKeyFile = false, hasPassPhrase = false;
     PkeyPtr key;
+    std::string certificate;  // PEM: the key file's certificate; empty: none
   };
 
   bool IsConnectedTo(const std::string& target, int tls, const ClientOptions& options) const;
   int OpenChannel(const std::string& target, const ClientOptions& options);
-  int RefreshCredentials();
-  bool SameCredentials() const;
-  // Prepares context for the call named method about site: deadline and
-  // proof of identity. 0 or a TOVAK_E_REMOTE_* status.
-  int PrepareCall(grpc::ClientContext& context, const char* method, const std::string& site);
-  // Runs rpc(stub, context) and returns the reply's status, or the status
-  // of the failure.
+  // Loads the key when the credentials handed over changed since the last
+  // load, and then closes the connection, which may carry the old identity.
+  int RefreshCredentials(const ClientOptions& options);
+  bool SameCredentials(const ClientOptions& options) const;
+  // Prepares context for the call named method about site with request:
+  // deadline and, unless the connection proved the identity, a proof of
+  // identity. 0 or a TOVAK_E_REMOTE_* status.
+  int PrepareCall(grpc::ClientContext& context, const char* method, const std::string& site,
+                  const google::protobuf::MessageLite& request);
+  // Runs rpc(stub, context), which fills reply. 0 when the call succeeded
+  // and its reply is in range, else the status of the failure or refusal.
   template <class Rpc>
-  int Invoke(const char* method, const std::string& site, Rpc&& rpc);
+  int Invoke(const char* method, const std::string& site,
+             const google::protobuf::MessageLite& request,
+             const google::protobuf::Message& reply, Rpc&& rpc);
 
   std::shared_ptr<grpc::Channel> channel_;
   std::unique_ptr<v1::TimingData::Stub> stub_;
   std::string target_;
   int channelTls_ = 0;
   std::string channelCaFile_;
+  bool channelIdentity_ = false;  // the TLS handshake presented the user's certificate
+  std::string audience_;          // the server name proofs are meant for
   std::chrono::milliseconds deadline_{kDefaultDeadlineMs};
   bool broken_ = false;  // a call failed in a way that the channel may not recover from
   std::string site_;

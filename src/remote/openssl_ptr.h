@@ -4,6 +4,7 @@
 
 #include <openssl/bio.h>
 #include <openssl/evp.h>
+#include <openssl/x509.h>
 
 #include <memory>
 
@@ -15,12 +16,16 @@ struct PkeyFree {
 struct BioFree {
   void operator()(BIO* bio) const { BIO_free(bio); }
 };
+struct X509Free {
+  void operator()(X509* certificate) const { X509_free(certificate); }
+};
 struct MdCtxFree {
   void operator()(EVP_MD_CTX* ctx) const { EVP_MD_CTX_free(ctx); }
 };
 
 using PkeyPtr = std::unique_ptr<EVP_PKEY, PkeyFree>;
 using BioPtr = std::unique_ptr<BIO, BioFree>;
+using X509Ptr = std::unique_ptr<X509, X509Free>;
 using MdCtxPtr = std::unique_ptr<EVP_MD_CTX, MdCtxFree>;
 
 }  // namespace tovak::remote

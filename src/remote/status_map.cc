@@ -1,6 +1,10 @@
 #include "remote/status_map.h"
 
+#include <cstdarg>
+#include <cstdio>
+
 #include "tovak/remote_client.h"
+#include "tovak/tovak.h"
 
 namespace tovak::remote {
 
@@ -46,6 +50,18 @@ int StatusOfFailedCall(const grpc::Status& status) {
 
 bool BreaksConnection(grpc::StatusCode code) {
   return code == grpc::StatusCode::UNAVAILABLE || code == grpc::StatusCode::DEADLINE_EXCEEDED;
+}
+
+int RefusedReply(const char* method, const char* format, ...) {
+  if (is_verbose()) {
+    std::fprintf(stderr, "Reply of %s refused: ", method);
+    va_list args;
+    va_start(args, format);
+    std::vfprintf(stderr, format, args);
+    va_end(args);
+    std::fputc('\n', stderr);
+  }
+  return TOVAK_E_REMOTE_REPLY_RANGE;
 }
 
 }  // namespace tovak::remote

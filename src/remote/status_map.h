@@ -14,6 +14,11 @@ int StatusOfFailedCall(const grpc::Status& status);
 // next set-up connects afresh.
 bool BreaksConnection(grpc::StatusCode code);
 
+// TOVAK_E_REMOTE_REPLY_RANGE for a reply of method refused as out of range;
+// the reason (a printf format and its values) goes to the verbose messages.
+int RefusedReply(const char* method, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));
+
 }  // namespace tovak::remote
 
 #endif  // TOVAK_REMOTE_STATUS_MAP_H_

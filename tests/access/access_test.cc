@@ -58,8 +58,12 @@ TEST_F(AccessTest, ClientSetUpFromTheAddress) {
       {"grpc://srv", {"Connect(srv,0)", "SelectSite(ubo,0)"}, 0},
       {"https://srv:50051/", {"Connect(srv,50051)", "SelectSite(ubo,0)"}, 1},
       {"http://srv/ubo:50051", {"Connect(srv,50051)", "SelectSite(ubo,0)"}, 0},
-      {"h: 12x/s", {"Connect(h,12)", "SelectSite(s,0)"}, 5},
-      {"h:abc", {"Connect(h,0)", "SelectSite(ubo,0)"}, 5},
+      {"grpc://[::1]:50051/ubo", {"Connect(::1,50051)", "SelectSite(ubo,0)"}, 0},
+      {"[::1]/s:65535", {"Connect(::1,65535)", "SelectSite(s,0)"}, 5},
+      // Ports that are not all digits in 1..65535 are 0, which Connect refuses.
+      {"h: 12x/s", {"Connect(h,0)", "SelectSite(s,0)"}, 5},
+      {"h:4294967297", {"Connect(h,0)", "SelectSite(ubo,0)"}, 5},
+      {"[::1]x:5", {"Connect(,0)", "SelectSite(ubo,0)"}, 5},
       {nullptr, {"Connect(<null>,0)", "SelectSite(<null>,0)"}, 5},
   };
   for (const auto& [address, calls, tls] : cases) {

@@ -7,6 +7,8 @@
 # An example is a fenced block tagged c or cpp: a complete program. The next
 # fenced block after it must be tagged text and hold exactly its standard
 # output. A program must build without warnings and exit with status 0.
+# With TOVAK_PYTHON (an interpreter) set, blocks tagged python are examples
+# too, run by it.
 set -euo pipefail
 library=$1
 include=$2
@@ -26,9 +28,9 @@ export TOVAK_CONFIG=/dev/null
 examples=0
 failures=0
 
-# Builds and runs one example; its source and expected output are files.
-check_example() {
-  local where=$1 lang=$2 source=$3 expected=$4
+# Builds a c or cpp example into the file named by its source without suffix.
+build_example() {
+  local where=$1 lang=$2 source=$3
   local exe=${source%.*}
   local compiler=$cxx std=-std=c++20
   if [ "$lang" = c ]; then
@@ -41,14 +43,25 @@ check_example() {
     cat "$exe.build"
     return 1
   fi
+}
+
+# Builds and runs one example; its source and expected output are files.
+check_example() {
+  local where=$1 lang=$2 source=$3 expected=$4
+  local run=("${source%.*}")
+  if [ "$lang" = python ]; then
+    run=("$TOVAK_PYTHON" "$source")
+  else
+    build_example "$where" "$lang" "$source" || return 1
+  fi
   local status=0
-  "$exe" >"$exe.out" 2>"$exe.err" || status=$?
+  "${run[@]}" >"$source.out" 2>"$source.err" || status=$?
   if [ "$status" -ne 0 ]; then
     echo "$where: exit status $status"
-    cat "$exe.out" "$exe.err"
+    cat "$source.out" "$source.err"
     return 1
   fi
-  if ! diff -u --label expected --label printed "$expected" "$exe.out"; then
+  if ! diff -u --label expected --label printed "$expected" "$source.out"; then
     echo "$where: output differs"
     return 1
   fi
@@ -74,13 +87,16 @@ check_document() {
     if [[ $line =~ ^\`\`\`[[:space:]]*$ ]]; then
       fence=""
       case $lang in
-        c | cpp)
+        c | cpp | python)
+          if [ "$lang" = python ] && [ -z "${TOVAK_PYTHON:-}" ]; then
+            continue
+          fi
           if [ -n "$pending" ]; then
             echo "$doc:$pending_start: example without an output block"
             failures=$((failures + 1))
           fi
           examples=$((examples + 1))
-          pending=$work/example$examples.$([ "$lang" = c ] && echo c || echo cc)
+          pending=$work/example$examples.$(case $lang in c) echo c ;; python) echo py ;; *) echo cc ;; esac)
           printf '%s' "$body" >"$pending"
           pending_lang=$lang
           pending_start=$start

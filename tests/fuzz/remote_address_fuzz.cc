@@ -1,15 +1,18 @@
-// Remote server addresses [scheme]host[:port][/site] and the settings read
-// with them. Input lines: the address; the TOVAK_DEADLINE_MS setting (none
+// Remote server addresses [scheme]host[:port][/site] (also host/site:port)
+// and the settings read with them. Input lines: the address; the TOVAK_DEADLINE_MS setting (none
 // without the line); what the client's Connect answers; what its
 // SelectSite answers.
 //
 // The scheme is recognised the same way by every function that looks at
-// it, a scheme decides the protocol, the client connects to the host and
-// port the address names with the TLS choice of its scheme and selects the
-// named site, and the deadline read is always positive.
+// it, a scheme decides the protocol, the client is asked to connect to a
+// host and port the address names (port 0, which it refuses, when the
+// address names none in 1..65535) with the TLS choice of its scheme and to
+// select the named site, and the deadline read is always positive.
 #include <cstdlib>
 #include <cstring>
+#include <regex>
 #include <string>
+#include <vector>
 
 #include "access/state.h"
 #include "companion_support.h"
@@ -56,55 +59,52 @@ void CheckSchemeFunctions(const std::string& address, const Scheme* scheme) {
   FUZZ_CHECK(isTovakProtocolV2("grpc://elsewhere") == (scheme != nullptr ? 1 : 0));
 }
 
-// What the address names, read with std::string rather than cut in place.
+// The host, port and site one set-up asked the client for, read back from its log.
 struct Target {
   std::string host;
   int port = 0;
   std::string site = "ubo";
 };
 
-Target TargetOf(const std::string& address, const Scheme* scheme) {
-  const std::string rest = address.substr(scheme != nullptr ? std::strlen(scheme->prefix) : 0);
-  const size_t colon = rest.find(':'), slash = rest.find('/');
-  Target target;
-  target.host = rest.substr(0, std::min(colon, slash));
-  if (colon != std::string::npos) {
-    target.port = static_cast<int>(std::strtol(rest.c_str() + colon + 1, nullptr, 10));
-  }
-  if (slash != std::string::npos) {
-    const size_t end = colon != std::string::npos && colon > slash ? colon : rest.size();
-    const std::string site = rest.substr(slash + 1, end - slash - 1);
-    if (!site.empty()) target.site = site;
-  }
-  return target;
-}
-
-// The configured address picks the protocol and the client's target.
-void CheckClientSetup(const std::string& address, const Scheme* scheme, int connectAnswer,
-                      int selectAnswer) {
+Target SetUp(const std::string& address, int connectAnswer, int selectAnswer) {
   ResetCompanions();
   SetConfig("KOVD_GRPC", address);
   SetConfig("TOVAK_USER", "alice");
   auto& client = Client();
   client.connectResult = connectAnswer;
   client.selectSiteResult = selectAnswer;
-  const int tlsBefore = client.tlsEnabled;
   FUZZ_CHECK(isTovakProtocolV2("/ubo") == 1);
-
   CmonoMirvoDataClient* connected = tDataClientSetup("ignored:1/x");
-  const Target target = TargetOf(address, scheme);
-  FUZZ_CHECK(!client.log.empty());
-  FUZZ_CHECK(client.log[0] ==
-             "Connect(" + target.host + "," + std::to_string(target.port) + ")");
-  FUZZ_CHECK(client.atConnect.tls == (scheme != nullptr ? scheme->tls : tlsBefore));
-  FUZZ_CHECK(client.atConnect.user == std::optional<std::string>("alice"));
-  if (connectAnswer == 0) {
-    FUZZ_CHECK(client.log.size() == 2 && client.log[1] == "SelectSite(" + target.site + ",0)");
-    FUZZ_CHECK(connected == (selectAnswer == 0 ? &client : nullptr));
-  } else {
-    FUZZ_CHECK(client.log.size() == 1);
-    FUZZ_CHECK(connected == (connectAnswer == 1 ? &client : nullptr));
-  }
+  const std::vector<std::string>& log = client.log;  // "Connect(h,p)" ["SelectSite(s,0)"]
+  FUZZ_CHECK(log.size() == (connectAnswer == 0 ? 2u : 1u) && log[0].rfind("Connect(", 0) == 0);
+  const size_t comma = log[0].rfind(',');
+  Target target{log[0].substr(8, comma - 8), std::atoi(log[0].c_str() + comma + 1)};
+  if (connectAnswer == 0) target.site = log[1].substr(11, log[1].size() - 14);
+  const bool kept = connectAnswer == 1 || (connectAnswer == 0 && selectAnswer == 0);
+  FUZZ_CHECK(connected == (kept ? &client : nullptr));
+  return target;
+}
+
+// The client is asked for what the address names: a port of 1..65535 as written there (0 when
+// there is none), the host at its start (an IPv6 literal in brackets), the site after a "/".
+// Written back in the form host:port/site, the parts read the same.
+void CheckClientSetup(const std::string& address, const Scheme* scheme, int connectAnswer,
+                      int selectAnswer) {
+  const int tlsBefore = Client().tlsEnabled;
+  const Target target = SetUp(address, connectAnswer, selectAnswer);
+  FUZZ_CHECK(Client().atConnect.tls == (scheme != nullptr ? scheme->tls : tlsBefore));
+  FUZZ_CHECK(Client().atConnect.user == std::optional<std::string>("alice"));
+  const std::string rest = address.substr(scheme != nullptr ? std::strlen(scheme->prefix) : 0);
+  const std::regex port(":0*" + std::to_string(target.port) + "(/|$)");
+  FUZZ_CHECK(target.port == 0 || (target.port <= 65535 && std::regex_search(rest, port)));
+  const std::string& host = target.host;
+  const bool bracketed = host.find_first_of(":/") != std::string::npos || host.starts_with('[');
+  const std::string written = bracketed ? "[" + host + "]" : host;
+  FUZZ_CHECK(rest.starts_with(written) || rest.starts_with("[" + host + "]"));
+  FUZZ_CHECK(target.site == "ubo" || rest.find("/" + target.site) != std::string::npos);
+  if (connectAnswer != 0 || host.empty() || target.port == 0) return;
+  const Target again = SetUp(written + ":" + std::to_string(target.port) + "/" + target.site, 0, 0);
+  FUZZ_CHECK(again.host == host && again.port == target.port && again.site == target.site);
 }
 
 bool AllDigits(const std::string& text) {

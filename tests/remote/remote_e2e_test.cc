@@ -1,6 +1,7 @@
 // The library against a real tovak-server backed by the private cluster: plain and TLS
 // connections, sites, authentication, bad configurations.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <tuple>
@@ -37,7 +38,7 @@ class RemoteTest : public ::testing::Test {
 
 TEST_F(RemoteTest, PlainServerSelectsSitesWithoutRegardToCase) {
   for (int port : {0, 65536}) EXPECT_EQ(client_.Connect("h", port), TOVAK_E_REMOTE_ADDRESS);
-  for (const char* host : {"", static_cast<const char*>(nullptr)}) {
+  for (const char* host : {"", static_cast<const char*>(nullptr), "h:1", "[::1", "[h]", "a b"}) {
     EXPECT_EQ(client_.Connect(host, 1), TOVAK_E_REMOTE_ADDRESS);
   }
   EXPECT_EQ(LookUp("grpc://127.0.0.1/ubo"), TOVAK_E_NO_REMOTE);  // no port
@@ -82,7 +83,7 @@ TEST_F(RemoteTest, OnlyAuthorizedUsersProvingTheirKeyAreAnswered) {
                {"alice", alice.c_str(), "wrong", TOVAK_E_REMOTE_CREDENTIALS},
                {"", alice.c_str(), "alice's secret", TOVAK_E_REMOTE_CREDENTIALS},
                {"alice", mallory.c_str(), "m", TOVAK_E_REMOTE_UNAUTHENTICATED},
-               {"mal lory=", mallory.c_str(), "m", TOVAK_E_REMOTE_PERMISSION},
+               {"mal lory=", mallory.c_str(), "m", TOVAK_E_REMOTE_UNAUTHENTICATED},
                {"", "", "", TOVAK_E_REMOTE_UNAUTHENTICATED}};  // anonymous callers
   for (const auto& c : cases) {
     setenv("TOVAK_USER", c.user, 1);
@@ -94,15 +95,19 @@ TEST_F(RemoteTest, OnlyAuthorizedUsersProvingTheirKeyAreAnswered) {
     tovakRelease();
   }
   for (const char* line : {"user=alice site=ubo op=GetDTSParametersCount status=0 us=",
-                           "user=mal?lory? site=ubo op=SelectSite status=refused:permission"}) {
+                           "user=mal?lory? site=ubo op=SelectSite status=refused:unknown-user"}) {
     EXPECT_NE(server.Log().find(line), std::string::npos) << server.Log();
   }
 }
 
 TEST_F(RemoteTest, BadConfigurationsStopTheServerWithAMessage) {
+  const std::string cert = MakeServerCert(dir_, "exposed");
+  chmod((cert + ".key").c_str(), 0644);
   const std::string cases[][2] = {
       {"", "nobody"}, {"user.alice = /nonexistent.pub\n", "user.alice"},
-      {"anonymous = allow\ntls_certificate = /no.crt\ntls_key = /k\n", "/no.crt"}};
+      {"anonymous = allow\ntls_certificate = /no.crt\ntls_key = /k\n", "/no.crt"},
+      {"anonymous = allow\ntls_certificate = " + cert + ".crt\ntls_key = " + cert + ".key\n",
+       "tls_key: " + cert + ".key: group or others may access it (mode 0644"}};
   for (const auto& [extra, named] : cases) {
     ServerProcess server(dir_, "bad", extra);
     EXPECT_EQ(WEXITSTATUS(server.Stop()), 1) << extra;

@@ -39,7 +39,7 @@ void Write(const std::string& path, AxisFormat format, const std::vector<T>& axi
   } else {
     static_assert(std::endian::native == std::endian::little,
                   "binary axis files are written little-endian as in memory");
-    std::fwrite(axis.data(), sizeof(T), axis.size(), file.get());
+    if (!axis.empty()) std::fwrite(axis.data(), sizeof(T), axis.size(), file.get());
   }
   if (std::ferror(file.get()) || std::fflush(file.get()) != 0) {
     throw UsageError("cannot write " + path);

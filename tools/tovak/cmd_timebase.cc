@@ -1,7 +1,6 @@
 // timebase: the time base of a digitizer record from its channel's link.
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,38 +13,10 @@
 namespace tovak::cli {
 namespace {
 
-struct Unit {
-  std::string type, host, module, output;
-};
-
-// The trigger and clock arguments of the time-base computation, as the
-// channel's link row gives them (see docs/database.md).
-struct TimingArgs {
-  Unit trigger, clock;
-  std::string clockSource, internalClock, cycleMultiplier, preSample;
-  int sampInterval = 0;
-};
-
-TimingArgs FromLink(const LinkTexts& link) {
-  TimingArgs t;
-  t.trigger = {link.dtsKind, link.text1, link.text2, link.text4};
-  t.clock = link.clkDtsType.empty()
-                ? Unit{link.dtsKind, link.text1, link.text2, link.text3}
-                : Unit{link.clkDtsType, link.clkDtsHost, link.clkDtsWord3, link.text3};
-  t.clockSource = link.clockSource;
-  const bool external = link.clockSource == "External";
-  const std::string setting = std::to_string(link.clockSetting);
-  t.cycleMultiplier = external ? setting : "1";
-  t.internalClock = external || link.clockSetting == 0 ? "" : setting;
-  t.preSample = link.preSample.empty() ? "0" : link.preSample;
-  t.sampInterval = static_cast<int>(std::strtol(link.sampInterval.c_str(), nullptr, 10));
-  return t;
-}
-
 void RunTimeBase(const Args& args, const std::string& server, Report& report) {
   const ChannelKey key = ReadChannelKey(args);
   const LinkTexts link = ReadLinkTexts(key, server);
-  TimingArgs t = FromLink(link);
+  tooling::TimingArgs t = tooling::FromLink(link);
 
   const int64_t samples = args.Integer("samples", link.num8);
   if (samples < 0) throw UsageError("--samples must not be negative");
@@ -69,15 +40,10 @@ void RunTimeBase(const Args& args, const std::string& server, Report& report) {
   double cycle64 = 0, delay64 = 0;
   float cycle32 = 0, delay32 = 0;
   Check("tovakGetDTSdatax2_ex",
-        tovakGetDTSdatax2_ex(server.c_str(), t.trigger.type.c_str(), t.trigger.host.c_str(),
-                             t.trigger.module.c_str(), t.trigger.output.c_str(),
-                             t.clock.type.c_str(), t.clock.host.c_str(), t.clock.module.c_str(),
-                             t.clock.output.c_str(), &t.sampInterval, samples, key.shot,
-                             static_cast<unsigned short>(key.subShot), t.clockSource.c_str(),
-                             t.internalClock.c_str(), t.cycleMultiplier.c_str(),
-                             t.preSample.c_str(), lastSample, 1, single ? 0 : 1, axis,
-                             single ? static_cast<void*>(&cycle32) : &cycle64,
-                             single ? static_cast<void*>(&delay32) : &delay64));
+        tooling::RequestTimeBase(t, key, server.c_str(), samples, lastSample, single,
+                                 axisPath.has_value(), axis,
+                                 single ? static_cast<void*>(&cycle32) : &cycle64,
+                                 single ? static_cast<void*>(&delay32) : &delay64));
   report.Add("trigger", "trigger",
              t.trigger.type + " " + t.trigger.host + " " + t.trigger.module + " " +
                  t.trigger.output);

@@ -3,6 +3,7 @@
 #ifndef TOVAK_TOOLS_COMMAND_H_
 #define TOVAK_TOOLS_COMMAND_H_
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -17,12 +18,18 @@ struct LookupFailure {
   int status;
 };
 
+// A command that could not do its work for a reason other than a lookup.
+class RunError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 struct Command {
   const char* name;
   const char* summary;  // one line for the command list
   const char* usage;    // the command's --help text
   OptionSpec options;   // beyond the global ones
-  // Fills report; throws UsageError or LookupFailure.
+  // Fills report; throws UsageError, LookupFailure or RunError.
   void (*run)(const Args& args, const std::string& server, Report& report);
 };
 
@@ -39,6 +46,7 @@ void AddLinkCommands(std::vector<Command>& commands);
 void AddTimingCommands(std::vector<Command>& commands);
 void AddParameterCommands(std::vector<Command>& commands);
 void AddSettingsCommands(std::vector<Command>& commands);
+void AddDiagramCommand(std::vector<Command>& commands);  // with the Python package
 
 }  // namespace tovak::cli
 

@@ -86,7 +86,10 @@ int Run(std::vector<std::string> argv) {
     return 2;
   } catch (const LookupFailure& f) {
     std::fprintf(stderr, "tovak %s: %s returned %d: %s\n", command->name, f.function, f.status,
-                 StatusText(f.status));
+                 tooling::StatusText(f.status));
+    return 1;
+  } catch (const RunError& e) {
+    std::fprintf(stderr, "tovak %s: %s\n", command->name, e.what());
     return 1;
   }
 }
@@ -106,6 +109,9 @@ const std::vector<Command>& Commands() {
     AddTimingCommands(all);
     AddParameterCommands(all);
     AddSettingsCommands(all);
+#ifdef TOVAK_PYTHON_EXECUTABLE
+    AddDiagramCommand(all);
+#endif
     return all;
   }();
   return commands;

@@ -1,8 +1,9 @@
 #include "status_text.h"
 
+#include "tovak/remote_client.h"
 #include "tovak/tovak.h"
 
-namespace tovak::cli {
+namespace tovak::tooling {
 
 const char* StatusText(int status) {
   switch (status) {
@@ -24,8 +25,11 @@ const char* StatusText(int status) {
     case TOVAK_E_UNKNOWN_DIAG: return "site or diagnostic unknown";
     case TOVAK_E_SETUP_OPEN: return "setup database connection could not be opened";
     case TOVAK_E_NO_REMOTE: return "remote protocol and no remote server could be reached";
+    case TOVAK_E_REMOTE_REPLY_RANGE:
+      return "reply of the remote data server out of range: more than direct access gives";
+    case TOVAK_E_REMOTE_BUSY: return "remote data server busy: its queue is full, try again later";
     default: return "status of the remote data server or its database";
   }
 }
 
-}  // namespace tovak::cli
+}  // namespace tovak::tooling
