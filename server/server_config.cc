@@ -71,6 +71,32 @@ bool ParseSeconds(const std::string& key, const std::string& value, int* seconds
   return true;
 }
 
+bool ParseCount(const std::string& key, const std::string& value, long low, long high,
+                int* count, std::string* error) {
+  long number = 0;
+  if (!ParseInt(value, low, high, &number)) {
+    return Fail(error, key + ": expected a number from " + std::to_string(low) + " to " +
+                           std::to_string(high));
+  }
+  *count = static_cast<int>(number);
+  return true;
+}
+
+// The field a key of whole seconds sets; null for other keys.
+int* SecondsField(const std::string& key, ServerConfig* config) {
+  const std::pair<const char*, int*> fields[] = {
+      {"handshake_timeout", &config->handshakeTimeoutSeconds},
+      {"idle_timeout", &config->idleTimeoutSeconds},
+      {"max_connection_age", &config->maxConnectionAgeSeconds},
+      {"connection_age_grace", &config->connectionAgeGraceSeconds},
+      {"keepalive_time", &config->keepaliveTimeSeconds},
+      {"keepalive_timeout", &config->keepaliveTimeoutSeconds}};
+  for (const auto& [name, field] : fields) {
+    if (key == name) return field;
+  }
+  return nullptr;
+}
+
 // "a, B ,c" -> a, b, c (as proofs name them).
 std::vector<std::string> NameList(const std::string& text) {
   std::vector<std::string> names;
@@ -94,14 +120,11 @@ bool IsLoopback(const std::string& host) {
 
 bool ApplyKey(const std::string& key, const std::string& value, ServerConfig* config,
               std::string* error) {
-  long number = 0;
+  if (int* seconds = SecondsField(key, config)) return ParseSeconds(key, value, seconds, error);
   if (key == "listen") {
     if (!ParseListen(value, config)) return Fail(error, "listen: expected HOST:PORT, got '" + value + "'");
   } else if (key == "workers") {
-    if (!ParseInt(value, 1, kMaxWorkers, &number)) {
-      return Fail(error, "workers: expected a number from 1 to " + std::to_string(kMaxWorkers));
-    }
-    config->workers = static_cast<int>(number);
+    return ParseCount(key, value, 1, kMaxWorkers, &config->workers, error);
   } else if (key == "tls_certificate") {
     config->tlsCertificateFile = value;
   } else if (key == "tls_key") {
@@ -114,10 +137,10 @@ bool ApplyKey(const std::string& key, const std::string& value, ServerConfig* co
   } else if (key == "anonymous") {
     if (value != "allow" && value != "deny") return Fail(error, "anonymous: expected allow or deny");
     config->allowAnonymous = value == "allow";
-  } else if (key == "handshake_timeout") {
-    return ParseSeconds(key, value, &config->handshakeTimeoutSeconds, error);
-  } else if (key == "idle_timeout") {
-    return ParseSeconds(key, value, &config->idleTimeoutSeconds, error);
+  } else if (key == "queue_length") {
+    return ParseCount(key, value, 0, kMaxQueueLength, &config->queueLength, error);
+  } else if (key == "max_streams") {
+    return ParseCount(key, value, 1, kMaxStreams, &config->maxStreams, error);
   } else if (StartsWith(key, "user.") && key.size() > 5) {
     config->userKeyFiles[key.substr(5)] = value;
   } else if (StartsWith(key, "site.")) {

@@ -7,6 +7,13 @@
 //   anonymous = deny                  deny (default) or allow callers without credentials
 //   handshake_timeout = 10            seconds a new connection has to set up TLS and HTTP/2
 //   idle_timeout = 300                seconds a connection without calls is kept open
+//   queue_length = 64                 calls a worker lets wait while it runs one (0..4096); more
+//                                     are refused at once as "server busy"
+//   max_streams = 16                  calls one connection may have open at once (1..1024)
+//   max_connection_age = 600          seconds after which a connection is asked to go (a call
+//   connection_age_grace = 30         still open then has the grace to end, then is cut off)
+//   keepalive_time = 60               seconds of silence after which the server pings a peer,
+//   keepalive_timeout = 20            and drops it when no answer comes within this time
 //   name = host.example.org, host2    names clients reach the server by (the audience of proofs)
 //   nonce_file = /var/lib/tovak/nonces  keeps recent proofs' nonces across restarts
 //   user.NAME = /path/NAME.pub.pem    public key of an authorized user
@@ -41,6 +48,12 @@ struct ServerConfig {
   bool allowAnonymous = false;
   int handshakeTimeoutSeconds = 10;
   int idleTimeoutSeconds = 300;
+  int queueLength = 64;
+  int maxStreams = 16;
+  int maxConnectionAgeSeconds = 600;
+  int connectionAgeGraceSeconds = 30;
+  int keepaliveTimeSeconds = 60;
+  int keepaliveTimeoutSeconds = 20;
   std::vector<std::string> names;  // lower case; see ServerNames
   std::string nonceFile;           // empty: nonces kept in memory only
   std::map<std::string, std::string> userKeyFiles;  // user name -> public key file
@@ -51,6 +64,8 @@ struct ServerConfig {
 
 inline constexpr int kMaxWorkers = 64;
 inline constexpr int kMaxTimeoutSeconds = 86400;
+inline constexpr int kMaxQueueLength = 4096;
+inline constexpr int kMaxStreams = 1024;
 
 // Parses and checks the text of a configuration file. Returns false with a
 // message naming the offending line or key when the configuration is not

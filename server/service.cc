@@ -1,8 +1,10 @@
 #include "server/service.h"
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 
+#include "db/query_deadline.h"
 #include <grpc/grpc_security_constants.h>
 #include <grpcpp/security/auth_context.h>
 
@@ -40,6 +42,34 @@ CallProof ProofOf(const grpc::ServerContext& context) {
 // user from a bad proof.
 grpc::Status Refusal() {
   return {grpc::StatusCode::UNAUTHENTICATED, "credentials required or not valid"};
+}
+
+// A lookup that is not let run: the status its caller gets (if still there) and the log's reason.
+struct Turned {
+  grpc::Status status;
+  const char* reason;
+};
+Turned TurnedAway(Admission::Outcome outcome) {
+  switch (outcome) {
+    case Admission::Outcome::kBusy:
+      return {{grpc::StatusCode::RESOURCE_EXHAUSTED, "server busy"}, "busy"};
+    case Admission::Outcome::kStopping:
+      return {{grpc::StatusCode::UNAVAILABLE, "server stopping"}, "stopping"};
+    default:
+      return {{grpc::StatusCode::CANCELLED, "caller gone"}, "gone"};
+  }
+}
+
+bool CallerGone(grpc::ServerContext& context) {
+  return context.IsCancelled() || context.deadline() <= std::chrono::system_clock::now();
+}
+
+// The caller's deadline on the clock the database queries use.
+std::chrono::steady_clock::time_point QueryLimit(const grpc::ServerContext& context) {
+  const auto left = std::min<std::chrono::system_clock::duration>(
+      context.deadline() - std::chrono::system_clock::now(), std::chrono::hours(24));
+  return std::chrono::steady_clock::now() +
+         std::chrono::duration_cast<std::chrono::steady_clock::duration>(left);
 }
 
 class Stopwatch {
@@ -83,9 +113,15 @@ grpc::Status TimingDataService::Serve(grpc::ServerContext* context, const char* 
     LogRefusal(verdict.user, site, method, "site", watch.micros());
     return {grpc::StatusCode::NOT_FOUND, "site not served"};
   }
+  const Admission::Ticket turn = admission_.Enter(context->deadline());
+  if (turn.outcome() != Admission::Outcome::kTurn || CallerGone(*context)) {
+    const Turned turned = TurnedAway(turn.outcome());
+    LogRefusal(verdict.user, site, method, turned.reason, watch.micros());
+    return turned.status;
+  }
   int status = 0;
   {
-    std::lock_guard<std::mutex> lock(libraryMutex_);
+    const db::QueryDeadline limit(QueryLimit(*context));
     status = answer(served->second.indexServer.c_str());
   }
   LogRequest(verdict.user, site, method, std::to_string(status), watch.micros());

@@ -1,13 +1,13 @@
 // The remote data service of one worker process: checks each call's proof
 // of identity and site, answers it with the library's lookups (one call at a
-// time, since the library is single-threaded), and logs it.
+// time, since the library is single-threaded, with a bounded queue), and logs it.
 #ifndef TOVAK_SERVER_SERVICE_H_
 #define TOVAK_SERVER_SERVICE_H_
 
-#include <mutex>
 #include <string>
 
 #include "remote/timing_data.grpc.pb.h"
+#include "server/admission.h"
 #include "server/authorizer.h"
 #include "server/server_config.h"
 
@@ -18,7 +18,10 @@ namespace v1 = ::tovak::remote::v1;
 class TimingDataService final : public remote::v1::TimingData::Service {
  public:
   TimingDataService(const ServerConfig& config, Authorizer& authorizer)
-      : config_(config), authorizer_(authorizer) {}
+      : config_(config), authorizer_(authorizer), admission_(config.queueLength) {}
+
+  // Refuses every lookup not yet running, from now on: the worker stops.
+  void StopAdmitting() { admission_.Stop(); }
 
   grpc::Status SelectSite(grpc::ServerContext* context, const v1::SelectSiteRequest* request,
                           v1::SelectSiteReply* reply) override;
@@ -46,15 +49,16 @@ class TimingDataService final : public remote::v1::TimingData::Service {
   Verdict Authorize(grpc::ServerContext* context, const char* method, const std::string& site,
                     const google::protobuf::MessageLite& request);
   // Authorizes the call and, when site names a served site, runs
-  // answer(indexServer) under the library lock; answer returns the lookup's
-  // status. Logs the outcome.
+  // answer(indexServer) in the library's turn, unless the caller has gone
+  // meanwhile, with its database queries ending by the caller's deadline;
+  // answer returns the lookup's status. Logs the outcome.
   template <class Answer>
   grpc::Status Serve(grpc::ServerContext* context, const char* method,
                      const google::protobuf::MessageLite& request, Answer&& answer);
 
   const ServerConfig& config_;
   Authorizer& authorizer_;
-  std::mutex libraryMutex_;
+  Admission admission_;
 };
 
 }  // namespace tovak::server

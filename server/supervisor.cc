@@ -3,10 +3,12 @@
 #include <netdb.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +25,8 @@ namespace tovak::server {
 namespace {
 
 constexpr int kStartTimeoutMs = 30000;
+// A worker told to stop that has not ended after this is killed: the whole stop ends within 5 s.
+constexpr auto kStopTimeout = std::chrono::seconds(4);
 // A worker that dies sooner than this after its start is not restarted
 // again at once.
 constexpr auto kRestartPause = std::chrono::seconds(1);
@@ -67,36 +71,43 @@ std::string Address(const std::string& host, int port) {
   return (ipv6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
 }
 
-// Binds a socket with SO_REUSEPORT to host:0 and keeps it, so that the port
-// it got stays ours until the workers listen on it too.
-bool ReservePort(const std::string& host, Fd* reservation, int* port) {
+// Binds a socket to host:port (0: a free port the system picks) and keeps it while the workers
+// start. With SO_REUSEADDR and without SO_REUSEPORT, the bind fails while any other socket listens
+// on the port (another server's workers among them); the workers, which share the port among
+// themselves, may join it because it does not listen. 0, or the errno of the failure.
+int ReservePort(const std::string& host, int wanted, Fd* reservation, int* port) {
   addrinfo hints{};
   hints.ai_family = AF_UNSPEC;
   hints.ai_socktype = SOCK_STREAM;
   hints.ai_flags = AI_NUMERICSERV;
   addrinfo* found = nullptr;
-  if (getaddrinfo(host.c_str(), "0", &hints, &found) != 0) return false;
+  if (getaddrinfo(host.c_str(), std::to_string(wanted).c_str(), &hints, &found) != 0) {
+    return EADDRNOTAVAIL;
+  }
   std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> list(found, &freeaddrinfo);
+  int failure = EADDRNOTAVAIL;
   for (addrinfo* ai = list.get(); ai != nullptr; ai = ai->ai_next) {
-    Fd fd(socket(ai->ai_family, ai->ai_socktype, ai->ai_protocol));
+    Fd fd(socket(ai->ai_family, ai->ai_socktype | SOCK_CLOEXEC, ai->ai_protocol));
     const int on = 1;
-    if (fd.get() < 0 || setsockopt(fd.get(), SOL_SOCKET, SO_REUSEPORT, &on, sizeof on) != 0 ||
+    if (fd.get() < 0 || setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
         bind(fd.get(), ai->ai_addr, ai->ai_addrlen) != 0) {
+      failure = errno;
       continue;
     }
     sockaddr_storage bound{};
     socklen_t length = sizeof bound;
-    if (getsockname(fd.get(), reinterpret_cast<sockaddr*>(&bound), &length) != 0) continue;
     char service[16];
-    if (getnameinfo(reinterpret_cast<sockaddr*>(&bound), length, nullptr, 0, service,
+    if (getsockname(fd.get(), reinterpret_cast<sockaddr*>(&bound), &length) != 0 ||
+        getnameinfo(reinterpret_cast<sockaddr*>(&bound), length, nullptr, 0, service,
                     sizeof service, NI_NUMERICSERV) != 0) {
+      failure = errno;
       continue;
     }
     *port = std::atoi(service);
     *reservation = std::move(fd);
-    return true;
+    return 0;
   }
-  return false;
+  return failure;
 }
 
 struct Worker {
@@ -142,23 +153,30 @@ class Supervisor {
   // The listening port is held by the workers now.
   void ReleaseReservation() { reservation_.reset(); }
 
-  // Stops every worker; false when one of them ended with a failure.
+  // Stops every worker: SIGTERM, then SIGKILL for those not ended within kStopTimeout. False when
+  // one of them ended with a failure (killed ones included).
   bool StopAll() {
     for (Worker& worker : workers_) {
       if (worker.pid > 0) kill(worker.pid, SIGTERM);
     }
     bool clean = true;
-    for (Worker& worker : workers_) {
-      int status = 0;
-      if (worker.pid > 0 && waitpid(worker.pid, &status, 0) == worker.pid &&
-          !(WIFEXITED(status) && WEXITSTATUS(status) == 0)) {
-        std::fprintf(stderr, "tovak-server: worker %d failed when stopped (%s %d)\n",
-                     static_cast<int>(worker.pid), WIFSIGNALED(status) ? "signal" : "exit",
-                     WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status));
-        clean = false;
-      }
-      worker.pid = -1;
+    sigset_t child;
+    sigemptyset(&child);
+    sigaddset(&child, SIGCHLD);
+    const auto end = std::chrono::steady_clock::now() + kStopTimeout;
+    for (std::chrono::nanoseconds left = kStopTimeout; ReapStopped(&clean) && left.count() > 0;
+         left = end - std::chrono::steady_clock::now()) {
+      const timespec wait = {static_cast<time_t>(left.count() / 1000000000),
+                             static_cast<long>(left.count() % 1000000000)};
+      sigtimedwait(&child, nullptr, &wait);
     }
+    for (Worker& worker : workers_) {
+      if (worker.pid <= 0) continue;
+      std::fprintf(stderr, "tovak-server: worker %d did not stop in time, killed\n",
+                   static_cast<int>(worker.pid));
+      kill(worker.pid, SIGKILL);
+    }
+    while (ReapStopped(&clean)) sigtimedwait(&child, nullptr, nullptr);
     return clean;
   }
 
@@ -167,9 +185,13 @@ class Supervisor {
     int fds[2];
     if (pipe(fds) != 0) return false;
     Fd readEnd(fds[0]), writeEnd(fds[1]);
+    const pid_t supervisor = getpid();
     const pid_t pid = fork();
     if (pid < 0) return false;
     if (pid == 0) {
+      // A worker outlives no supervisor, not even one that died before this line.
+      prctl(PR_SET_PDEATHSIG, SIGTERM);
+      if (getppid() != supervisor) _exit(1);
       readEnd.reset();
       reservation_.reset();
       std::fflush(stderr);
@@ -193,6 +215,27 @@ class Supervisor {
     waitpid(worker.pid, nullptr, 0);
     worker.pid = -1;
     return false;
+  }
+
+  // Reaps the workers that ended, each reported when it failed; true while some still run.
+  bool ReapStopped(bool* clean) {
+    bool running = false;
+    for (Worker& worker : workers_) {
+      int status = 0;
+      if (worker.pid <= 0) continue;
+      if (waitpid(worker.pid, &status, WNOHANG) != worker.pid) {
+        running = true;
+        continue;
+      }
+      if (!(WIFEXITED(status) && WEXITSTATUS(status) == 0)) {
+        std::fprintf(stderr, "tovak-server: worker %d failed when stopped (%s %d)\n",
+                     static_cast<int>(worker.pid), WIFSIGNALED(status) ? "signal" : "exit",
+                     WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status));
+        *clean = false;
+      }
+      worker.pid = -1;
+    }
+    return running;
   }
 
   void ReplaceMissingWorkers() {
@@ -241,7 +284,7 @@ class Supervisor {
   std::shared_ptr<const KeySet> keys_;
   NonceStore& nonces_;
   std::string address_;
-  Fd reservation_;  // keeps a port picked by the system until the workers listen on it
+  Fd reservation_;  // keeps the port from other servers until the workers listen on it
   std::vector<Worker> workers_;
 };
 
@@ -280,9 +323,11 @@ int Supervise(const ServerConfig& config, std::shared_ptr<const KeySet> keys,
   }
   Fd reservation;
   int port = config.listenPort;
-  if (port == 0 && !ReservePort(config.listenHost, &reservation, &port)) {
-    std::fprintf(stderr, "tovak-server: cannot find a free port on %s\n",
-                 config.listenHost.c_str());
+  const std::string wanted = Address(config.listenHost, port);
+  if (const int failure = ReservePort(config.listenHost, port, &reservation, &port); failure != 0) {
+    std::fprintf(stderr, "tovak-server: cannot listen on %s: %s\n", wanted.c_str(),
+                 failure == EADDRINUSE ? "another process (another server?) listens there"
+                                       : std::strerror(failure));
     return 1;
   }
   const std::string address = Address(config.listenHost, port);

@@ -23,6 +23,7 @@ enum {
   TOVAK_E_REMOTE_PROTOCOL = -608,         // unexpected answer or unknown operation
   TOVAK_E_REMOTE_SERVER = -609,           // the server failed internally
   TOVAK_E_REMOTE_REPLY_RANGE = -610,      // reply out of range: more than direct access gives
+  TOVAK_E_REMOTE_BUSY = -611,             // the server's queue is full: try again later
 };
 
 class TOVAK_EXPORT CmirvoClient {

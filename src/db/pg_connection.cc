@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "db/query_deadline.h"
 #include "db/security.h"
 
 namespace tovak::db {
@@ -159,8 +160,7 @@ std::unique_ptr<PgResult> PgConnection::Query(const Statement& statement, const 
   if (count > kMaxParams) return std::make_unique<PgResult>();
   const char* values[kMaxParams] = {};
   for (int i = 0; i < count; ++i) values[i] = params[i].value();
-  const Deadline deadline =
-      std::chrono::steady_clock::now() + std::chrono::seconds(QueryTimeoutSeconds());
+  const Deadline deadline = QueryEnd(std::chrono::seconds(QueryTimeoutSeconds()));
   for (int attempt = 0; attempt < 2; ++attempt) {
     // The callers asked is_open() before their first query; a connection
     // that ended since is noticed by the query and retried.

@@ -232,7 +232,7 @@ int GrpcDataClient::Invoke(const char* method, const std::string& site,
   const grpc::Status result = rpc(*stub_, context);
   if (result.ok()) return CheckReply(method, reply);
   if (BreaksConnection(result.error_code())) broken_ = true;
-  return StatusOfFailedCall(result.error_code());
+  return StatusOfFailedCall(result);
 }
 
 int GrpcDataClient::SelectSite(const char* site, int option) {

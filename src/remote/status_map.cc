@@ -8,8 +8,22 @@
 
 namespace tovak::remote {
 
-int StatusOfFailedCall(grpc::StatusCode code) {
-  switch (code) {
+namespace {
+
+// RESOURCE_EXHAUSTED also means a request or answer larger than the receiver's limit (4 MiB); these
+// are the server's refusals for want of room: its own, and gRPC's when every thread is taken.
+bool ServerBusy(const grpc::Status& status) {
+  return status.error_message() == "server busy" ||
+         status.error_message() == "Server Threadpool Exhausted";
+}
+
+}  // namespace
+
+int StatusOfFailedCall(const grpc::Status& status) {
+  if (status.error_code() == grpc::StatusCode::RESOURCE_EXHAUSTED && ServerBusy(status)) {
+    return TOVAK_E_REMOTE_BUSY;
+  }
+  switch (status.error_code()) {
     case grpc::StatusCode::UNAVAILABLE:
     case grpc::StatusCode::CANCELLED:
     case grpc::StatusCode::ABORTED:

@@ -7,8 +7,8 @@
 namespace tovak::remote {
 
 // The TOVAK_E_REMOTE_* status of a call that failed in transport or was
-// refused by the server (code != OK).
-int StatusOfFailedCall(grpc::StatusCode code);
+// refused by the server (not OK).
+int StatusOfFailedCall(const grpc::Status& status);
 
 // True for failures after which the connection is not worth keeping: the
 // next set-up connects afresh.

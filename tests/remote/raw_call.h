@@ -1,5 +1,5 @@
-// A call of the remote data service made of raw bytes, with metadata of the caller's choosing:
-// for requests the library's client would never send.
+// Calls of the remote data service made of raw bytes, with metadata of the caller's choosing:
+// for requests the library's client would never send, and calls whose request never comes.
 #ifndef TOVAK_TESTS_REMOTE_RAW_CALL_H_
 #define TOVAK_TESTS_REMOTE_RAW_CALL_H_
 
@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "remote/helpers.h"
 
@@ -40,6 +41,39 @@ inline grpc::Status CallWithPayload(const std::shared_ptr<grpc::Channel>& channe
   }
   return status;
 }
+
+// Calls of method (a full path) that open their stream and send nothing more, as many as asked
+// on one channel; cancelled at the end.
+class UnfinishedCalls {
+ public:
+  UnfinishedCalls(const std::shared_ptr<grpc::Channel>& channel, const std::string& method,
+                  int count)
+      : stub_(channel), calls_(static_cast<size_t>(count)) {
+    for (Call& call : calls_) {
+      call.stream = stub_.PrepareCall(&call.context, method, &queue_);
+      call.stream->StartCall(nullptr);
+      call.stream->Finish(&call.status, nullptr);
+    }
+  }
+  ~UnfinishedCalls() {
+    for (Call& call : calls_) call.context.TryCancel();
+    queue_.Shutdown();
+    void* tag = nullptr;
+    bool ok = false;
+    while (queue_.Next(&tag, &ok)) {
+    }
+  }
+
+ private:
+  struct Call {
+    grpc::ClientContext context;
+    grpc::Status status;
+    std::unique_ptr<grpc::GenericClientAsyncReaderWriter> stream;
+  };
+  grpc::GenericStub stub_;
+  grpc::CompletionQueue queue_;
+  std::vector<Call> calls_;
+};
 
 }  // namespace tovak::testing
 

@@ -27,6 +27,7 @@ const char* StatusText(int status) {
     case TOVAK_E_NO_REMOTE: return "remote protocol and no remote server could be reached";
     case TOVAK_E_REMOTE_REPLY_RANGE:
       return "reply of the remote data server out of range: more than direct access gives";
+    case TOVAK_E_REMOTE_BUSY: return "remote data server busy: its queue is full, try again later";
     default: return "status of the remote data server or its database";
   }
 }

@@ -1,0 +1,23 @@
+#include "db/query_deadline.h"
+
+#include <algorithm>
+
+namespace tovak::db {
+namespace {
+
+thread_local std::optional<std::chrono::steady_clock::time_point> limit;
+
+}  // namespace
+
+QueryDeadline::QueryDeadline(std::chrono::steady_clock::time_point deadline) : outer_(limit) {
+  limit = outer_ ? std::min(*outer_, deadline) : deadline;
+}
+
+QueryDeadline::~QueryDeadline() { limit = outer_; }
+
+std::chrono::steady_clock::time_point QueryEnd(std::chrono::seconds timeout) {
+  const auto end = std::chrono::steady_clock::now() + timeout;
+  return limit ? std::min(*limit, end) : end;
+}
+
+}  // namespace tovak::db
