@@ -14,15 +14,15 @@
 #include <cstddef>
 
 #include "remote/timing_data.pb.h"
+#include "tovak/tovak.h"
 
 namespace tovak::server {
 
 namespace v1 = ::tovak::remote::v1;
 
-// Size of the buffers the lookups write their texts into. The lookups copy
-// database texts whole, as they do for any caller: no text of the index
-// database that a lookup hands out may be longer than kTextBufferSize - 1.
-inline constexpr size_t kTextBufferSize = 16384;
+// Size of the buffers the lookups write their texts into: what any caller
+// gives them, which holds every text they write.
+inline constexpr size_t kTextBufferSize = TOVAK_TEXT_BUFFER_SIZE;
 
 void AnswerDTSinfox(const char* indexServer, const v1::DTSinfoxRequest& request,
                     v1::DTSinfoxReply* reply);
