@@ -4,10 +4,10 @@
 #include <chrono>
 #include <ctime>
 
-#include "db/query_deadline.h"
 #include <grpc/grpc_security_constants.h>
 #include <grpcpp/security/auth_context.h>
 
+#include "db/query_deadline.h"
 #include "remote/call_auth.h"
 #include "server/lookups.h"
 #include "server/request_log.h"
