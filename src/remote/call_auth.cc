@@ -8,6 +8,9 @@
 
 #include <cstring>
 
+#include "remote/file_text.h"
+#include "remote/secret_text.h"
+
 namespace tovak::remote {
 namespace {
 
@@ -82,10 +85,16 @@ std::string AudienceName(const std::string& host) {
 }
 
 PkeyPtr LoadPrivateKey(const std::string& path, const char* passphrase, std::string* error) {
-  BioPtr bio = OpenFile(path, error);
-  if (!bio) return nullptr;
-  PkeyPtr key(PEM_read_bio_PrivateKey(bio.get(), nullptr, &PassphraseCallback,
-                                      const_cast<char*>(passphrase)));
+  SecretText pem;
+  std::string why;
+  if (!ReadPrivateFile(path, &pem, &why)) {
+    if (error != nullptr) *error = why;
+    return nullptr;
+  }
+  BioPtr bio(BIO_new_mem_buf(pem.value.data(), static_cast<int>(pem.value.size())));
+  PkeyPtr key(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, &PassphraseCallback,
+                                             const_cast<char*>(passphrase))
+                  : nullptr);
   if (!key && error != nullptr) {
     *error = path + ": not a private key, or wrong passphrase (" + LastOpenSslError() + ")";
   }

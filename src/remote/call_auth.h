@@ -49,7 +49,8 @@ std::string Sha256(const std::string& data);
 std::string AudienceName(const std::string& host);
 
 // Loads a PEM private key, decrypting it with passphrase (null: the key must
-// not be encrypted). Never prompts. Null on any failure; error receives why.
+// not be encrypted), from a file private to its owner (ReadPrivateFile).
+// Never prompts. Null on any failure; error receives why.
 PkeyPtr LoadPrivateKey(const std::string& path, const char* passphrase, std::string* error);
 
 // Loads a PEM public key (SubjectPublicKeyInfo). Null on failure.

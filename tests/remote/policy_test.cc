@@ -25,6 +25,8 @@ TEST(CallAuthTest, OnlyFreshProofsOfKnownUsersMadeForThisServerAndRequestAreAcce
   const PkeyPtr bobKey = LoadPrivateKey(bob + ".key", nullptr, nullptr);
   ASSERT_TRUE(aliceKey && bobKey);
   EXPECT_FALSE(LoadPrivateKey(alice + ".key", nullptr, nullptr));  // never asks a terminal
+  chmod((bob + ".key").c_str(), 0644);  // a key others may read proves nothing
+  EXPECT_FALSE(LoadPrivateKey(bob + ".key", nullptr, nullptr));
   EXPECT_NE(AuthPayload({"ab", "c", "s", "h", 1, "n", "d"}),
             AuthPayload({"a", "bc", "s", "h", 1, "n", "d"}));
   ServerConfig config;
