@@ -22,10 +22,12 @@ int main(int argc, char** argv) {
   const short key1 = static_cast<short>(std::atoi(argv[4]));
   const short key2 = static_cast<short>(std::atoi(argv[5]));
 
-  // The link's texts; options that are absent leave their buffers empty.
-  char kind[256] = "", unit[256] = "", module[256] = "", clkOutput[256] = "",
-       trgOutput[256] = "", source[256] = "", preSample[256] = "0", interval[256] = "",
-       clkType[256] = "", clkUnit[256] = "", clkModule[256] = "";
+  // The link's texts (option words are at most 255 characters); options
+  // that are absent leave their buffers empty.
+  static char unit[TOVAK_TEXT_BUFFER_SIZE], module[TOVAK_TEXT_BUFFER_SIZE], clkOutput[TOVAK_TEXT_BUFFER_SIZE], trgOutput[TOVAK_TEXT_BUFFER_SIZE],
+      source[TOVAK_TEXT_BUFFER_SIZE];
+  char kind[16] = "", preSample[256] = "0", interval[256] = "", clkType[256] = "",
+       clkUnit[256] = "", clkModule[256] = "";
   int clockSetting = 0, recordLength = 0;
   int status = tovakGetDTSinfoCLK(diag, shot, subShot, key1, key2, "", kind, unit, module,
                                   clkOutput, trgOutput, &clockSetting, &recordLength, source,
