@@ -15,7 +15,9 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
+#include <span>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "server/nonce_store.h"
@@ -153,32 +155,8 @@ class Supervisor {
   // The listening port is held by the workers now.
   void ReleaseReservation() { reservation_.reset(); }
 
-  // Stops every worker: SIGTERM, then SIGKILL for those not ended within kStopTimeout. False when
-  // one of them ended with a failure (killed ones included).
-  bool StopAll() {
-    for (Worker& worker : workers_) {
-      if (worker.pid > 0) kill(worker.pid, SIGTERM);
-    }
-    bool clean = true;
-    sigset_t child;
-    sigemptyset(&child);
-    sigaddset(&child, SIGCHLD);
-    const auto end = std::chrono::steady_clock::now() + kStopTimeout;
-    for (std::chrono::nanoseconds left = kStopTimeout; ReapStopped(&clean) && left.count() > 0;
-         left = end - std::chrono::steady_clock::now()) {
-      const timespec wait = {static_cast<time_t>(left.count() / 1000000000),
-                             static_cast<long>(left.count() % 1000000000)};
-      sigtimedwait(&child, nullptr, &wait);
-    }
-    for (Worker& worker : workers_) {
-      if (worker.pid <= 0) continue;
-      std::fprintf(stderr, "tovak-server: worker %d did not stop in time, killed\n",
-                   static_cast<int>(worker.pid));
-      kill(worker.pid, SIGKILL);
-    }
-    while (ReapStopped(&clean)) sigtimedwait(&child, nullptr, nullptr);
-    return clean;
-  }
+  // Stops every worker; false when one of them ended with a failure (killed ones included).
+  bool StopAll() { return Stop(workers_); }
 
  private:
   bool Start(Worker& worker) {
@@ -217,10 +195,38 @@ class Supervisor {
     return false;
   }
 
+  // Stops workers: SIGTERM, then SIGKILL for those not ended within kStopTimeout. False when
+  // one of them ended with a failure (killed ones included).
+  static bool Stop(std::span<Worker> workers) {
+    for (Worker& worker : workers) {
+      if (worker.pid > 0) kill(worker.pid, SIGTERM);
+    }
+    bool clean = true;
+    sigset_t child;
+    sigemptyset(&child);
+    sigaddset(&child, SIGCHLD);
+    const auto end = std::chrono::steady_clock::now() + kStopTimeout;
+    for (std::chrono::nanoseconds left = kStopTimeout;
+         ReapStopped(workers, &clean) && left.count() > 0;
+         left = end - std::chrono::steady_clock::now()) {
+      const timespec wait = {static_cast<time_t>(left.count() / 1000000000),
+                             static_cast<long>(left.count() % 1000000000)};
+      sigtimedwait(&child, nullptr, &wait);
+    }
+    for (Worker& worker : workers) {
+      if (worker.pid <= 0) continue;
+      std::fprintf(stderr, "tovak-server: worker %d did not stop in time, killed\n",
+                   static_cast<int>(worker.pid));
+      kill(worker.pid, SIGKILL);
+    }
+    while (ReapStopped(workers, &clean)) sigtimedwait(&child, nullptr, nullptr);
+    return clean;
+  }
+
   // Reaps the workers that ended, each reported when it failed; true while some still run.
-  bool ReapStopped(bool* clean) {
+  static bool ReapStopped(std::span<Worker> workers, bool* clean) {
     bool running = false;
-    for (Worker& worker : workers_) {
+    for (Worker& worker : workers) {
       int status = 0;
       if (worker.pid <= 0) continue;
       if (waitpid(worker.pid, &status, WNOHANG) != worker.pid) {
@@ -272,8 +278,8 @@ class Supervisor {
     for (Worker& worker : workers_) {
       Worker fresh;
       if (!Start(fresh)) continue;
-      if (worker.pid > 0 && kill(worker.pid, SIGTERM) == 0) waitpid(worker.pid, nullptr, 0);
-      worker = fresh;
+      Worker old = std::exchange(worker, fresh);
+      Stop(std::span<Worker>(&old, 1));
       ++replaced;
     }
     std::fprintf(stderr, "tovak-server: keys reloaded, %d of %zu worker(s) replaced\n", replaced,
