@@ -126,16 +126,12 @@ TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason)
   EXPECT_EQ(ServerNames(c), (std::vector<std::string>{"tim.example", "::2"}));
 
   const std::string site = "anonymous = allow\nsite.ubo.index = /ubo\n";
+  // Ranges, TLS pairs and sites are the fuzz target's properties; these are the messages.
   const std::string cases[][2] = {
-      {site + "listen = 127.0.0.1\n", "listen"}, {site + "listen = 127.0.0.1:70000\n", "listen"},
-      {site + "listen = 127.0.0.1:5x\n", "listen"}, {site + "workers = 0\n", "workers"},
-      {site + "workers = 65\n", "workers"}, {site + "anonymous = maybe\n", "anonymous"},
-      {site + "tls_certificate = /c\n", "tls_key"}, {site + "colour = blue\n", "colour"},
+      {site + "listen = 127.0.0.1\n", "listen"}, {site + "listen = 127.0.0.1:5x\n", "listen"},
+      {site + "anonymous = maybe\n", "anonymous"}, {site + "colour = blue\n", "colour"},
       {site + "site.ubo.database = x\n", "site.ubo.database"}, {site + "words\n", "line 3"},
-      {"anonymous = allow\n", "no site"}, {"site.ubo.index = /ubo\n", "nobody"},
-      {"anonymous = allow\nsite.ubo.setup = /ubo\n", "site.ubo.index"},
-      {site + "idle_timeout = 0\n", "idle_timeout"},
-      {site + "handshake_timeout = 86401\n", "handshake_timeout"},
+      {"site.ubo.index = /ubo\n", "nobody"}, {site + "idle_timeout = 0\n", "idle_timeout"},
       {site + "workers = 2\nworkers = 3\n", "line 4: 'workers' given twice"},
       {site + "name = ,\n", "name"}, {site + "user.a = /a\nlisten = [::]:1\n", "name is required"},
   };
