@@ -85,6 +85,12 @@ extern "C" {
 TOVAK_EXPORT int IndexNoClosing(int mode);
 TOVAK_EXPORT char* bufferStringCopy(char* dst, const char* buffer, int width, int index);
 TOVAK_EXPORT void set_tovak_t_verbose(bool on);
+/* Why the last database open or remote set-up failed, in one line: libpq's
+ * reason with the database and role asked for, or the step of the set-up
+ * that failed and why; "" while none has. Statuses stay as they are: this
+ * explains the last TOVAK_E_INDEX_OPEN, TOVAK_E_SETUP_OPEN or
+ * TOVAK_E_NO_REMOTE. Valid until the next call into the library. */
+TOVAK_EXPORT const char* tovakLastFailure(void);
 
 /* DTS link of a digitizer channel, decoded into numbers. */
 TOVAK_EXPORT int tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot,

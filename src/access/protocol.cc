@@ -2,6 +2,7 @@
 // the remote data client from an address [scheme]host[:port][/site]
 // (access/remote_address.h).
 #include <cstring>
+#include <string>
 
 #include "access/remote_address.h"
 #include "access/state.h"
@@ -32,6 +33,17 @@ const Scheme* MatchScheme(const char* url) {
   return nullptr;
 }
 
+// Asks the server to accept site; false, with the reason kept, when it does not.
+bool SelectSite(CmonoMirvoDataClient& client, const char* site) {
+  const int status = client.SelectSite(site, 0);
+  if (status == 0) return true;
+  tovak::RecordFailure("remote server: site \"" + std::string(site ? site : "") + "\" " +
+                       (status == TOVAK_E_REMOTE_UNKNOWN_SITE
+                            ? std::string("unknown to the server")
+                            : "not selected: status " + std::to_string(status)));
+  return false;
+}
+
 }  // namespace
 
 void setTovakProtocolV1() { CurrentProtocol = tovak::kProtocolV1; }
@@ -51,6 +63,9 @@ int isTovakProtocolV2(const char* server) {
   if (server != nullptr && MatchScheme(server) != nullptr) {
     ServerV2Name = server;
     return CurrentProtocol = tovak::kProtocolV2;
+  }
+  if (server != nullptr && std::strstr(server, "://") != nullptr) {
+    tovak::VerboseMessage("tovak: %s: unknown scheme, taken as a database server name\n", server);
   }
   return CurrentProtocol = tovak::kProtocolV1;
 }
@@ -84,7 +99,7 @@ CmonoMirvoDataClient* tDataClientSetup(const char* server) {
 
   switch (client->Connect(host, parts.port)) {
     case 0:
-      return client->SelectSite(site, 0) == 0 ? client : nullptr;
+      return SelectSite(*client, site) ? client : nullptr;
     case 1:
       return client;
     default:

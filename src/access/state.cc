@@ -2,6 +2,8 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <string>
+#include <utility>
 
 #include "tovak/tovak.h"
 
@@ -13,6 +15,12 @@ void set_tovak_t_verbose(bool on) { is_verbose_tovak_t = on; }
 
 bool is_verbose() { return is_verbose_tovak_t; }
 
+namespace {
+std::string LastFailure;  // see RecordFailure
+}  // namespace
+
+const char* tovakLastFailure(void) { return LastFailure.c_str(); }
+
 namespace tovak {
 
 void VerboseMessage(const char* format, ...) {
@@ -21,6 +29,11 @@ void VerboseMessage(const char* format, ...) {
   va_start(args, format);
   std::vfprintf(stderr, format, args);
   va_end(args);
+}
+
+void RecordFailure(std::string reason) {
+  LastFailure = std::move(reason);
+  VerboseMessage("tovak: %s\n", LastFailure.c_str());
 }
 
 }  // namespace tovak

@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "access/state.h"
 #include "db/query_deadline.h"
 #include "db/security.h"
 
@@ -44,6 +45,19 @@ int MillisecondsLeft(std::chrono::steady_clock::time_point deadline) {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(
       deadline - std::chrono::steady_clock::now());
   return static_cast<int>(std::clamp<long long>(left.count(), 0, INT_MAX));
+}
+
+// `message` on one line: each run of line breaks, tabs and spaces becomes one
+// space; none leads or trails.
+std::string OneLine(const char* message) {
+  std::string line;
+  for (const char* c = message ? message : ""; *c != '\0'; ++c) {
+    const bool space = *c == '\n' || *c == '\r' || *c == '\t' || *c == ' ';
+    if (space && (line.empty() || line.back() == ' ')) continue;
+    line += space ? ' ' : *c;
+  }
+  while (!line.empty() && line.back() == ' ') line.pop_back();
+  return line;
 }
 
 }  // namespace
@@ -111,6 +125,9 @@ int PgConnection::Open() {
   // server is always one that the deadline bounds, and pipelined.
   if (conn_ == nullptr || PQstatus(conn_.get()) != CONNECTION_OK ||
       PQsetnonblocking(conn_.get(), 1) != 0 || PQenterPipelineMode(conn_.get()) != 1) {
+    const std::string reason = conn_ ? PQerrorMessage(conn_.get()) : "out of memory";
+    RecordFailure(OneLine(("database \"" + params_.database + "\" as \"" + params_.user +
+                           "\": " + reason).c_str()));
     Disconnect();
     return -1;
   }

@@ -12,6 +12,7 @@
 #include <ctime>
 #include <string_view>
 
+#include "access/state.h"
 #include "remote/call_auth.h"
 #include "remote/file_text.h"
 #include "remote/reply_bounds.h"
@@ -96,6 +97,35 @@ bool ReadPassphrase(bool handedOver, const std::string& text, const std::string&
   return true;
 }
 
+// Waits until channel is ready, by the deadline. A failed connection attempt
+// (refused or unreachable on every address, a name not found, a failed TLS
+// handshake) ends the wait at once: its cause holds until something changes
+// at the other end, and waiting would only repeat it. *reason: why not.
+bool AwaitReady(grpc::Channel& channel, v1::TimingData::Stub& stub,
+                std::chrono::system_clock::time_point deadline, std::string* reason) {
+  for (auto state = channel.GetState(true); state != GRPC_CHANNEL_READY;
+       state = channel.GetState(true)) {
+    if (state == GRPC_CHANNEL_TRANSIENT_FAILURE) {
+      // A call that may not wait for the connection fails with the attempt's
+      // error. Should the channel have connected meanwhile, the call reaches
+      // the server (selecting no site changes nothing) and the wait goes on.
+      grpc::ClientContext context;
+      context.set_deadline(deadline);
+      v1::SelectSiteRequest request;
+      v1::SelectSiteReply reply;
+      const grpc::Status probe = stub.SelectSite(&context, request, &reply);
+      if (probe.error_code() != grpc::StatusCode::UNAVAILABLE) continue;
+      *reason = "connect failed: " + probe.error_message();
+      return false;
+    }
+    if (!channel.WaitForStateChange(state, deadline)) {
+      *reason = "no connection by the deadline";
+      return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 void GrpcDataClient::Disconnect() {
@@ -122,6 +152,7 @@ int GrpcDataClient::OpenChannel(const std::string& target, const ClientOptions& 
     grpc::SslCredentialsOptions ssl;
     const std::string& roots = options.caFile.empty() ? kSystemRootsFile : options.caFile;
     if (!ReadWholeFile(roots, &ssl.pem_root_certs) && !options.caFile.empty()) {
+      RecordFailure("remote server " + target + ": CA file " + options.caFile + " unreadable");
       return TOVAK_E_REMOTE_CREDENTIALS;
     }
     // A certificate in the key file: the handshake proves the identity once
@@ -142,11 +173,14 @@ int GrpcDataClient::OpenChannel(const std::string& target, const ClientOptions& 
   arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
   arguments.SetInt(GRPC_ARG_MAX_RECONNECT_BACKOFF_MS, kMaxReconnectBackoffMs);
   auto channel = grpc::CreateCustomChannel(target, transport, arguments);
-  if (!channel->WaitForConnected(DeadlineAfter(options.deadline))) {
+  auto stub = v1::TimingData::NewStub(channel);
+  std::string reason;
+  if (!AwaitReady(*channel, *stub, DeadlineAfter(options.deadline), &reason)) {
+    RecordFailure("remote server " + target + (tlsEnabled != 0 ? " (TLS): " : ": ") + reason);
     return TOVAK_E_REMOTE_UNAVAILABLE;
   }
   channel_ = std::move(channel);
-  stub_ = v1::TimingData::NewStub(channel_);
+  stub_ = std::move(stub);
   target_ = target;
   channelTls_ = tlsEnabled;
   channelCaFile_ = options.caFile;
@@ -156,11 +190,20 @@ int GrpcDataClient::OpenChannel(const std::string& target, const ClientOptions& 
 
 int GrpcDataClient::Connect(const char* host, int port) {
   const std::string target = host != nullptr ? Target(host, port) : std::string();
-  if (target.empty() || port <= 0 || port > 65535) return TOVAK_E_REMOTE_ADDRESS;
+  if (target.empty() || port <= 0 || port > 65535) {
+    RecordFailure(std::string("remote server address not understood: ") +
+                  (target.empty() ? "no host name or address"
+                                  : "port missing or not a number from 1 to 65535"));
+    return TOVAK_E_REMOTE_ADDRESS;
+  }
   RouteGrpcMessages();
   const ClientOptions options = ReadClientOptions();
   deadline_ = options.deadline;
-  if (const int status = RefreshCredentials(options); status != 0) return status;
+  if (const int status = RefreshCredentials(options); status != 0) {
+    RecordFailure("remote server " + target + ": the key file of user \"" + extraUserName() +
+                  "\", its passphrase or its certificate is unusable");
+    return status;
+  }
   audience_ = AudienceName(host);
   if (IsConnectedTo(target, tlsEnabled, options)) return 1;
   Disconnect();

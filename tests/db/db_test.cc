@@ -172,7 +172,7 @@ TEST(DbTest, CloseSwitchAndChangeOfTarget) {
   EXPECT_FALSE(setup.is_open());
 }
 
-TEST(DbTest, RefusedAndSilentServersFailInBoundedTime) {
+TEST(DbTest, RefusedAndSilentServersFailInBoundedTimeWithTheirReason) {
   const int silent = socket(AF_INET, SOCK_STREAM, 0);  // accepts, never answers
   sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
   socklen_t length = sizeof address;
@@ -180,16 +180,22 @@ TEST(DbTest, RefusedAndSilentServersFailInBoundedTime) {
   ASSERT_EQ(listen(silent, 8), 0);
   ASSERT_EQ(getsockname(silent, reinterpret_cast<sockaddr*>(&address), &length), 0);
   const std::string silentPort = std::to_string(ntohs(address.sin_port));
-  const char* const refused[][4] = {{"", "5432", "ubo", "19981107quorblex4"},
-                                    {"", "5432", "nosite", kPassword},
-                                    {"", "5432", "tovak_reader", kPassword},
-                                    {"/nonexistent-socket-dir", "5432", "ubo", kPassword},
-                                    {"127.0.0.1", silentPort.c_str(), "ubo", kPassword}};
+  constexpr char kRefused[] = "password authentication failed for user";
+  // host, port, role, password, a part of the reason
+  const char* const refused[][5] = {
+      {"", "5432", "ubo", "19981107quorblex4", kRefused},
+      {"", "5432", "nosite", kPassword, kRefused},
+      {"", "5432", "tovak_reader", kPassword, kRefused},
+      {"/nonexistent-socket-dir", "5432", "ubo", kPassword, "No such file or directory"},
+      {"127.0.0.1", silentPort.c_str(), "ubo", kPassword, "timeout expired"}};
   for (const auto& c : refused) {
     const auto start = std::chrono::steady_clock::now();
     CIndexDBComm::setup(c[0], c[1], "index", c[2], c[3]);
     EXPECT_NE(CIndexDBComm::getInstance()->open(), 0) << c[2] << "@" << c[0] << ":" << c[1];
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+    const std::string reason = tovakLastFailure();
+    EXPECT_NE(reason.find(c[4]), std::string::npos) << reason;
+    EXPECT_EQ(reason.find('\n'), std::string::npos) << reason;
   }
   close(silent);
 }

@@ -1,9 +1,14 @@
 // The library against a real tovak-server backed by the private cluster: plain and TLS
 // connections, sites, authentication, bad configurations.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <string>
+#include <utility>
 #include <tuple>
 
 #include "remote/helpers.h"
@@ -41,11 +46,27 @@ TEST_F(RemoteTest, PlainServerSelectsSitesWithoutRegardToCase) {
   for (const char* host : {"", static_cast<const char*>(nullptr), "h:1", "[::1", "[h]", "a b"}) {
     EXPECT_EQ(client_.Connect(host, 1), TOVAK_E_REMOTE_ADDRESS);
   }
-  EXPECT_EQ(LookUp("grpc://127.0.0.1/ubo"), TOVAK_E_NO_REMOTE);  // no port
-
   ServerProcess first(dir_, "first", "anonymous = allow\n");
   ASSERT_TRUE(first.listening()) << first.Log();
-  EXPECT_EQ(LookUp(first.Address("nosuchsite")), TOVAK_E_NO_REMOTE);
+  // A failed set-up says which step failed and why; a refused connection does not wait out the
+  // deadline (60 s).
+  const int closed = socket(AF_INET, SOCK_STREAM, 0);  // bound, never listening: refuses
+  sockaddr_in bound{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+  socklen_t length = sizeof bound;
+  ASSERT_EQ(bind(closed, reinterpret_cast<sockaddr*>(&bound), length), 0);
+  ASSERT_EQ(getsockname(closed, reinterpret_cast<sockaddr*>(&bound), &length), 0);
+  const std::pair<std::string, const char*> failures[] = {
+      {"grpc://127.0.0.1/ubo", "port missing"},
+      {"grpc://127.0.0.1:" + std::to_string(ntohs(bound.sin_port)) + "/ubo", "refused"},
+      {first.Address("nosuchsite"), "site \"nosuchsite\" unknown to the server"}};
+  for (const auto& [address, reason] : failures) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(LookUp(address), TOVAK_E_NO_REMOTE) << address;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30)) << address;
+    const std::string said = tovakLastFailure();
+    EXPECT_NE(said.find(reason), std::string::npos) << said;
+  }
+  close(closed);
   EXPECT_EQ(client_.SelectSite("nosuchsite", 0), TOVAK_E_REMOTE_UNKNOWN_SITE);
   EXPECT_EQ(client_.SelectSite(nullptr, 0), TOVAK_E_REMOTE_UNKNOWN_SITE);
   tovakRelease();

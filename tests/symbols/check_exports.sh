@@ -8,7 +8,8 @@ defined=$(nm -D --defined-only "$lib" | awk '{print $3}')
 demangled=$(nm -D --defined-only -C "$lib" | cut -d' ' -f3-)
 status=0
 
-plain=(IndexNoClosing bufferStringCopy set_tovak_t_verbose tovakGetDTSinfox tovakGetDTSdatax2_ex
+plain=(IndexNoClosing bufferStringCopy set_tovak_t_verbose tovakLastFailure
+       tovakGetDTSinfox tovakGetDTSdatax2_ex
        tovakGetDTSParameters tovakGetDTSParameters_s tovakGetDTSParameters2
        tovakGetDTSParameters2_s tovakGetDTSParametersCount tovakGetDTSchSettings
        tovakGetDTSdiagShot tovakGetDTSsettings cleanup_DTSmoduleArray

@@ -49,6 +49,32 @@ size_t CommandIndex(const std::vector<std::string>& argv) {
   return argv.size();
 }
 
+// --server; a name with "://" names a remote server only under a known
+// scheme, and is refused rather than taken as a database server name.
+std::string ServerName(const Args& args) {
+  std::string name = args.Text("server", "");
+  const bool schemed = name.find("://") != std::string::npos;
+  if (schemed && cCheckV2scheme(name.c_str(), nullptr) == name.c_str()) {
+    throw UsageError("--server " + name + ": unknown scheme (grpc://, grpcs://, http://, " +
+                     "https:// name a remote server)");
+  }
+  return name;
+}
+
+// The settings lookups read the databases under either protocol: a remote
+// server named for them gives way, with a note, to the databases the
+// configuration names.
+std::string ServerFor(const Command& command, std::string server) {
+  const std::string name = command.name;
+  const bool databaseOnly = name == "channels" || name == "modules" || name == "settings";
+  if (!databaseOnly || cCheckV2scheme(server.c_str(), nullptr) == server.c_str()) return server;
+  std::fprintf(stderr,
+               "tovak %s: note: the remote server does not serve this lookup; asking the "
+               "databases the configuration names (INDEXSERVERNAME, SETUPSERVERNAME)\n",
+               command.name);
+  return "";
+}
+
 int Run(std::vector<std::string> argv) {
   const size_t at = CommandIndex(argv);
   const bool wantsHelp = !argv.empty() && (argv[0] == "--help" || argv[0] == "-h" ||
@@ -73,7 +99,7 @@ int Run(std::vector<std::string> argv) {
     }
     set_tovak_t_verbose(args.Flag("verbose"));
     Report report;
-    command->run(args, args.Text("server", ""), report);
+    command->run(args, ServerFor(*command, ServerName(args)), report);
     if (args.Flag("json")) {
       report.PrintJson(stdout);
     } else {
@@ -87,6 +113,13 @@ int Run(std::vector<std::string> argv) {
   } catch (const LookupFailure& f) {
     std::fprintf(stderr, "tovak %s: %s returned %d: %s\n", command->name, f.function, f.status,
                  tooling::StatusText(f.status));
+    // The statuses whose reason the library keeps; under --verbose it has
+    // written the reason already.
+    const bool kept = f.status == TOVAK_E_INDEX_OPEN || f.status == TOVAK_E_SETUP_OPEN ||
+                      f.status == TOVAK_E_NO_REMOTE;
+    if (kept && !is_verbose() && *tovakLastFailure() != '\0') {
+      std::fprintf(stderr, "tovak %s: reason: %s\n", command->name, tovakLastFailure());
+    }
     return 1;
   } catch (const RunError& e) {
     std::fprintf(stderr, "tovak %s: %s\n", command->name, e.what());
