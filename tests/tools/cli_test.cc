@@ -74,9 +74,9 @@ TEST_F(CliTest, LinkOfAnExternallyClockedChannel) {
 
   const Outcome json = Run({"--json", "clk", "ECE", "120100", "1", "1", "2"});
   ASSERT_EQ(json.exitCode, 0) << json.err;
-  EXPECT_NE(json.out.find("\"dtsKind\":\"VME\""), std::string::npos) << json.out;
-  EXPECT_NE(json.out.find("\"clkDtsType\":\"CAMAC\",\"clkDtsHost\":\"cdts01\","
-                          "\"clkModule\":\"DMOD0\""),
+  EXPECT_NE(json.out.find("\"dts_kind\":\"VME\""), std::string::npos) << json.out;
+  EXPECT_NE(json.out.find("\"clock_unit_kind\":\"CAMAC\",\"clock_unit\":\"cdts01\","
+                          "\"clock_module\":\"DMOD0\""),
             std::string::npos)
       << json.out;
 }
@@ -85,14 +85,17 @@ TEST_F(CliTest, TimeBaseWithAxisFiles) {
   // Trigger at -1 s, 1 us clock, 1000 pre-samples: sample 0 at -1.001 s.
   const Outcome plain = Run({"timebase", "Magnetics", "120100", "1", "1", "3", "--json"});
   ASSERT_EQ(plain.exitCode, 0) << plain.err;
-  EXPECT_NE(plain.out.find("\"period\":9.9999999999999995e-07"), std::string::npos) << plain.out;
-  EXPECT_NE(plain.out.find("\"delay\":-1.0009999999999999"), std::string::npos) << plain.out;
+  EXPECT_NE(plain.out.find("\"period_s\":9.9999999999999995e-07"), std::string::npos)
+      << plain.out;
+  EXPECT_NE(plain.out.find("\"delay_sample\":0,\"delay_s\":-1.0009999999999999"),
+            std::string::npos)
+      << plain.out;
 
   const std::string csv = dir_ + "/axis.csv";
   const Outcome withAxis =
       Run({"timebase", "Magnetics", "120100", "1", "1", "3", "--samples", "3", "--axis", csv});
   ASSERT_EQ(withAxis.exitCode, 0) << withAxis.err;
-  EXPECT_EQ(Field(withAxis.out, "delay (trigger)"), "-1");
+  EXPECT_EQ(Field(withAxis.out, "time of sample 1000 (trigger)"), "-1");
   std::istringstream lines(Slurp(csv));
   std::string header, first, second, third, extra;
   std::getline(lines, header);
@@ -163,6 +166,69 @@ TEST_F(CliTest, UsageErrorsAndHelp) {
     EXPECT_EQ(help.exitCode, 0) << command;
     EXPECT_EQ(help.out.rfind(std::string("usage: tovak ") + command, 0), 0u) << help.out;
   }
+}
+
+// Argument vectors of every kind: the tool answers or refuses with exit 0, 1
+// or 2 and says why; it never aborts. "@" stands for the test's directory.
+TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
+  struct Case {
+    std::vector<std::string> args;
+    int exitCode;
+    std::string stream;  // "out", "err" or a file under "@"
+    std::string text;    // found there
+  };
+  const std::vector<std::string> mag = {"Magnetics", "120100", "1", "1", "3"};
+  auto timebase = [&](std::vector<std::string> more) {
+    std::vector<std::string> args = {"timebase"};
+    args.insert(args.end(), mag.begin(), mag.end());
+    args.insert(args.end(), more.begin(), more.end());
+    return args;
+  };
+  ASSERT_EQ(symlink("/dev/full", (dir_ + "/full.bin").c_str()), 0);
+  const std::vector<Case> cases = {
+      // Counts beyond the documented limit, write errors with the system's reason.
+      {timebase({"--samples", "99999999999", "--axis", "@/a.bin"}), 2, "err", "268435456]"},
+      {timebase({"--samples", "9223372036854775807"}), 2, "err", "268435456]"},
+      {timebase({"--samples", "5", "--axis", "@/full.bin"}), 1, "err",
+       "full.bin: No space left on device"},
+      {timebase({"--axis", "@/none/a.csv"}), 1, "err", "No such file or directory"},
+      // Each delay names its sample; --last moves it and the CSV's sample numbers.
+      {timebase({"--json", "--samples", "2", "--axis", "@/a.bin"}), 0, "out",
+       "\"delay_sample\":1000,\"delay_s\":-1,"},
+      {timebase({"--samples", "10", "--last", "2000000", "--axis", "@/a.csv"}), 0, "out",
+       "time of sample 2000990       0.99999 s"},
+      {timebase({"--samples", "10", "--last", "2000000", "--axis", "@/b.csv"}), 0, "@/b.csv",
+       "time_s\n1999991,0.99899"},
+      // An external clock has no SampInterval option.
+      {{"link", "Magnetics", "120100", "1", "1", "3"}, 0, "out",
+       "sampling interval  none: no SampInterval option (external clock)"},
+      {timebase({"--json"}), 0, "out", "\"samp_interval_ns\":null"},
+      // Small ones.
+      {{"cycle"}, 0, "out", "Internal (default: no --clock-source)"},
+      {{"adjust", "--mode", "x"}, 2, "err", "--card and --mode are both needed"},
+      {{"link", "Magnetics", "120100", "1", "1", "3", "9"}, 2, "err", "unexpected argument '9'"},
+      {timebase({"--last", "-5"}), 2, "err", "--last: not an integer in [0,"},
+      {{"--version"}, 0, "out", "tovak "},
+      {{"--server"}, 2, "err", "option --server needs a value"},
+      {{"link", "NoSuchDiag", "120100", "1", "1", "1"}, 1, "err",
+       "asked for diagnostic 'NoSuchDiag' shot 120100/1 channel 1,1 (see: tovak explain -103)"},
+      {{"explain", "-102"}, 0, "out", "index database connection could not be opened"},
+      {{"explain", "x"}, 2, "err", "STATUS: not an integer"},
+      // The setup database follows --server.
+      {{"--server", "/tsu", "modules", "Magnetics", "120100", "1"}, 0, "out", "tsu-we1"},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> args;
+    for (std::string a : c.args) args.push_back(a[0] == '@' ? dir_ + a.substr(1) : a);
+    const Outcome got = Run(args);
+    const std::string& where = c.stream == "out"   ? got.out
+                               : c.stream == "err" ? got.err
+                                                   : Slurp(dir_ + c.stream.substr(1));
+    EXPECT_EQ(got.exitCode, c.exitCode) << c.args[0] << " " << got.err;
+    EXPECT_NE(where.find(c.text), std::string::npos) << c.text << " in:\n" << where;
+  }
+  const int server = std::system((std::string(TOVAK_SERVER) + " --help >/dev/null").c_str());
+  EXPECT_EQ(WEXITSTATUS(server), 0);
 }
 
 }  // namespace

@@ -37,14 +37,24 @@ std::vector<Value> ChannelRow(const DTSchSettings& c) {
           int64_t{c.column4}, int64_t{c.column5}, int64_t{c.column6}, int64_t{c.column7}};
 }
 
-std::string SetupServer(const Args& args) { return args.Text("setup-server", ""); }
+// --setup-server; else --server when it names databases (not a remote
+// address), so that one option picks the site; else SETUPSERVERNAME.
+std::string SetupServer(const Args& args, const std::string& server) {
+  if (std::optional<std::string> setup = args.Value("setup-server")) return *setup;
+  return server.rfind("grpc://", 0) == 0 || server.rfind("grpcs://", 0) == 0 ? "" : server;
+}
 
-void RunModules(const Args& args, const std::string&, Report& report) {
+std::string AskedDiag(const Args& args) {
+  return "diagnostic '" + args.Positional(0, "DIAG") + "'";
+}
+
+void RunModules(const Args& args, const std::string& server, Report& report) {
   Owned<DTSmodule> modules;
   Check("tovakGetDTSdiagShot",
-        tovakGetDTSdiagShot(SetupServer(args).c_str(), args.Positional(0, "DIAG").c_str(),
+        tovakGetDTSdiagShot(SetupServer(args, server).c_str(), args.Positional(0, "DIAG").c_str(),
                             ShotArg(args, 1), SubShotArg(args, 2), &modules.data, &modules.count,
-                            1));
+                            1),
+        AskedDiag(args));
   Table table{"modules", {"key1", "key2"}, {}};
   for (int i = 0; i < modules.count; ++i) {
     table.rows.push_back({std::string(modules.data[i].key1), std::string(modules.data[i].key2)});
@@ -68,9 +78,10 @@ void RunSettings(const Args& args, const std::string& server, Report& report) {
     ~Settings() { cleanup_DTSsettingsArray(data, count); }
   } settings;
   Check("tovakGetDTSsettings",
-        tovakGetDTSsettings(SetupServer(args).c_str(), server.c_str(),
+        tovakGetDTSsettings(SetupServer(args, server).c_str(), server.c_str(),
                             args.Positional(0, "DIAG").c_str(), ShotArg(args, 1),
-                            SubShotArg(args, 2), &settings.data, &settings.count, 1));
+                            SubShotArg(args, 2), &settings.data, &settings.count, 1),
+        AskedDiag(args));
   std::vector<std::string> columns = {"key1", "key2"};
   columns.insert(columns.end(), kChannelColumns.begin(), kChannelColumns.end());
   Table table{"channels", columns, {}};
@@ -91,14 +102,15 @@ void RunSettings(const Args& args, const std::string& server, Report& report) {
 void AddSettingsCommands(std::vector<Command>& commands) {
   commands.push_back({"modules", "digitizer modules a diagnostic used in a shot",
                       "modules DIAG SHOT SUBSHOT [--setup-server NAME]\n"
-                      "  Asks the setup database (NAME: host[/site][:port[:database]], default\n"
-                      "  SETUPSERVERNAME).\n",
+                      "  Asks the setup database (NAME: host[/site][:port[:database]]; default\n"
+                      "  --server when it names databases, else SETUPSERVERNAME).\n",
                       {{"setup-server"}, {}},
                       &RunModules});
   commands.push_back({"channels", "channel settings of a digitizer module",
                       "channels KEY1 KEY2 SHOT SUBSHOT\n", {}, &RunChannels});
   commands.push_back({"settings", "modules of a diagnostic with their channel settings",
-                      "settings DIAG SHOT SUBSHOT [--setup-server NAME]\n",
+                      "settings DIAG SHOT SUBSHOT [--setup-server NAME]\n"
+                      "  The setup database as for modules, the channels from --server.\n",
                       {{"setup-server"}, {}},
                       &RunSettings});
 }

@@ -16,7 +16,9 @@ constexpr char kGlobalUsage[] =
     "                  (grpc://host:port/site, grpcs://...); default: INDEXSERVERNAME or KOVD_GRPC\n"
     "  --json          machine-readable output\n"
     "  --verbose       the library's diagnostic messages on standard error\n"
-    "  --help          help of the command\n";
+    "  --help          help of the command\n"
+    "  --version       the tool's version\n"
+    "Exit codes: 0 answered, 1 the lookup or the output failed, 2 the command line is wrong.\n";
 
 void PrintCommandList(std::FILE* out) {
   std::fprintf(out, "usage: tovak COMMAND [ARGUMENTS] [OPTIONS]\n\nCommands:\n");
@@ -49,14 +51,45 @@ size_t CommandIndex(const std::vector<std::string>& argv) {
   return argv.size();
 }
 
+// The positionals a command takes: the words of its usage line before the
+// first option ("link DIAG SHOT ..." takes 5; "-o FILE" counts).
+size_t PositionalCount(const Command& command) {
+  const std::string usage = command.usage;
+  size_t count = 0, at = usage.find(' ');
+  while (at != std::string::npos && at < usage.find('\n')) {
+    const size_t start = usage.find_first_not_of(' ', at);
+    if (start == std::string::npos || usage[start] == '[' || usage[start] == '\n' ||
+        usage.compare(start, 2, "--") == 0) {
+      break;
+    }
+    ++count;
+    at = usage.find(' ', start);
+  }
+  return count;
+}
+
+// What the command line says when it names no command.
+int RunWithoutCommand(const std::vector<std::string>& argv) {
+  const std::string first = argv.empty() ? "" : argv[0];
+  if (first == "--version") {
+    std::printf("tovak %s\n", TOVAK_VERSION);
+    return 0;
+  }
+  const bool wantsHelp = first == "--help" || first == "-h" || first == "help";
+  if (!wantsHelp && !argv.empty() && GlobalOptions().valued.count(argv.back().substr(2)) != 0) {
+    std::fprintf(stderr, "tovak: option %s needs a value\n", argv.back().c_str());
+    return 2;
+  }
+  PrintCommandList(wantsHelp ? stdout : stderr);
+  return wantsHelp ? 0 : 2;
+}
+
 int Run(std::vector<std::string> argv) {
   const size_t at = CommandIndex(argv);
-  const bool wantsHelp = !argv.empty() && (argv[0] == "--help" || argv[0] == "-h" ||
-                                           argv[0] == "help");
-  if (at == argv.size() || wantsHelp) {
-    PrintCommandList(wantsHelp ? stdout : stderr);
-    return wantsHelp ? 0 : 2;
+  if (at == argv.size() || (!argv.empty() && argv[0] == "--version")) {
+    return RunWithoutCommand(argv);
   }
+  if (argv[0] == "-h" || argv[0] == "help") return RunWithoutCommand(argv);
   const std::string name = argv[at];
   argv.erase(argv.begin() + static_cast<std::ptrdiff_t>(at));
   const Command* command = Find(name);
@@ -70,6 +103,10 @@ int Run(std::vector<std::string> argv) {
     if (args.Flag("help")) {
       std::printf("usage: tovak %s\n\n%s", command->usage, kGlobalUsage);
       return 0;
+    }
+    if (args.positionals().size() > PositionalCount(*command)) {
+      throw UsageError("unexpected argument '" + args.positionals()[PositionalCount(*command)] +
+                       "'");
     }
     set_tovak_t_verbose(args.Flag("verbose"));
     Report report;
@@ -85,8 +122,9 @@ int Run(std::vector<std::string> argv) {
                  command->usage);
     return 2;
   } catch (const LookupFailure& f) {
-    std::fprintf(stderr, "tovak %s: %s returned %d: %s\n", command->name, f.function, f.status,
-                 tooling::StatusText(f.status));
+    std::fprintf(stderr, "tovak %s: %s returned %d: %s%s%s (see: tovak explain %d)\n",
+                 command->name, f.function, f.status, tooling::StatusText(f.status),
+                 f.asked.empty() ? "" : "; asked for ", f.asked.c_str(), f.status);
     return 1;
   } catch (const RunError& e) {
     std::fprintf(stderr, "tovak %s: %s\n", command->name, e.what());
@@ -98,8 +136,8 @@ int Run(std::vector<std::string> argv) {
 
 OptionSpec GlobalOptions() { return {{"server"}, {"json", "verbose", "help"}}; }
 
-void Check(const char* function, int status) {
-  if (status != 0) throw LookupFailure{function, status};
+void Check(const char* function, int status, const std::string& asked) {
+  if (status != 0) throw LookupFailure{function, status, asked};
 }
 
 const std::vector<Command>& Commands() {
@@ -109,6 +147,7 @@ const std::vector<Command>& Commands() {
     AddTimingCommands(all);
     AddParameterCommands(all);
     AddSettingsCommands(all);
+    AddExplainCommand(all);
 #ifdef TOVAK_PYTHON_EXECUTABLE
     AddDiagramCommand(all);
 #endif
