@@ -44,6 +44,11 @@ std::set<std::string> With(std::set<std::string> base, std::initializer_list<con
   return base;
 }
 
+// An int option, 0 when absent.
+int Int(const Args& args, const char* name) {
+  return static_cast<int>(args.Integer(name, 0, INT32_MIN, INT32_MAX));
+}
+
 unsigned int Shot(const Args& args) {
   return static_cast<unsigned>(ParseInteger(args.Text("shot", "0"), "--shot", 0, UINT32_MAX));
 }
@@ -55,7 +60,7 @@ unsigned short SubShot(const Args& args) {
 void RunCycle(const Args& args, const std::string& server, Report& report) {
   const Unit clk = ReadUnit(args, "clk");
   const Unit trg = ReadUnit(args, "trg");
-  int interval = static_cast<int>(args.Integer("interval", 0, INT32_MIN, INT32_MAX));
+  int interval = Int(args, "interval");
   const std::string source = ClockSource(args, report);
   int64_t period = TOVAK_TIME_UNKNOWN, clockStart = TOVAK_TIME_UNKNOWN,
           triggerTime = TOVAK_TIME_UNKNOWN, cycle = TOVAK_TIME_UNKNOWN;
@@ -81,7 +86,8 @@ void RunFirstSample(const Args& args, const std::string& server, Report& report)
   Check("tovakSampling0Timing",
         tovakSampling0Timing(server.c_str(), args.Flag("from-clock-start"), trg.type.c_str(),
                              trg.host.c_str(), trg.module.c_str(), trg.output.c_str(), Shot(args),
-                             SubShot(args), source.c_str(), args.Text("pre-sample", "0").c_str(), args.Integer("period", 0),
+                             SubShot(args), source.c_str(), args.Text("pre-sample", "0").c_str(),
+                             args.Integer("period", 0),
                              args.Integer("clock-start", TOVAK_TIME_UNKNOWN), &triggerTime,
                              &first));
   AddPicoseconds(report, "trigger_ps", "trigger time", triggerTime);
@@ -95,13 +101,11 @@ void RunAdjust(const Args& args, const std::string&, Report& report) {
   if (!card || !mode) throw UsageError("--card and --mode are both needed");
   int64_t adjust = 0;
   Check("tovakFirstSampleAdjust",
-        tovakFirstSampleAdjust(card->c_str(), mode->c_str(),
-                               source ? source->c_str() : nullptr,
-                               static_cast<int>(args.Integer("flag", 0, INT32_MIN, INT32_MAX)), args.Integer("period", 0),
+        tovakFirstSampleAdjust(card->c_str(), mode->c_str(), source ? source->c_str() : nullptr,
+                               Int(args, "flag"), args.Integer("period", 0),
                                args.Integer("clock-period", 0),
                                args.Text("edge-a", "Rising").c_str(),
-                               args.Text("edge-b", "Rising").c_str(),
-                               static_cast<int>(args.Integer("clock-count", 0, INT32_MIN, INT32_MAX)),
+                               args.Text("edge-b", "Rising").c_str(), Int(args, "clock-count"),
                                &adjust));
   report.Add("adjust_ps", "first-sample correction", adjust, "ps");
 }
