@@ -231,4 +231,34 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
   EXPECT_EQ(WEXITSTATUS(server), 0);
 }
 
+// Each "$ tovak ..." session of docs/cli.md prints the lines shown below it.
+TEST_F(CliTest, SessionsOfTheDocsPrintWhatTheyShow) {
+  std::istringstream doc(Slurp(TOVAK_CLI_DOC));
+  std::string line, command, shown;
+  int sessions = 0;
+  auto check = [&] {
+    if (command.empty()) return;
+    const int raw = std::system(
+        ("cd " + dir_ + " && " + TOVAK_CLI + command + " >out 2>err").c_str());
+    EXPECT_EQ(WEXITSTATUS(raw), 0) << command << Slurp(dir_ + "/err");
+    EXPECT_EQ(Slurp(dir_ + "/out"), shown) << command;
+    ++sessions;
+    command.clear();
+    shown.clear();
+  };
+  while (std::getline(doc, line)) {
+    if (line.rfind("    $ tovak", 0) == 0) {
+      check();
+      shown.clear();
+      command = line.substr(11);
+    } else if (line.rfind("    ", 0) == 0) {
+      shown += line.substr(4) + "\n";
+    } else {
+      check();
+    }
+  }
+  check();
+  EXPECT_GT(sessions, 0);
+}
+
 }  // namespace
