@@ -67,7 +67,8 @@ void RunChannels(const Args& args, const std::string& server, Report& report) {
   Check("tovakGetDTSchSettings",
         tovakGetDTSchSettings(server.c_str(), args.Positional(0, "KEY1").c_str(),
                               args.Positional(1, "KEY2").c_str(), ShotArg(args, 2),
-                              SubShotArg(args, 3), &channels.data, &channels.count, 1));
+                              SubShotArg(args, 3), &channels.data, &channels.count, 1),
+        "module '" + args.Positional(0, "KEY1") + "' '" + args.Positional(1, "KEY2") + "'");
   Table table{"channels", kChannelColumns, {}};
   for (int i = 0; i < channels.count; ++i) table.rows.push_back(ChannelRow(channels.data[i]));
   report.AddTable(std::move(table));
