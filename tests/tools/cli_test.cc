@@ -229,6 +229,23 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
   }
   const int server = std::system((std::string(TOVAK_SERVER) + " --help >/dev/null").c_str());
   EXPECT_EQ(WEXITSTATUS(server), 0);
+
+  // Hostile words for every command: an exit code of the three, a reason,
+  // no sanitizer report.
+  const std::vector<std::vector<std::string>> hostile = {
+      {"--"}, {"", "", "", "", ""}, {"-1", "-1", "-1", "-1", "-1", "--last=-1"},
+      {"x", "4294967296", "65536", "1", "1", "--samples", "-1"}, {"--=", "--json"}};
+  for (const char* command : {"link", "clk", "cycle", "first-sample", "adjust", "timebase",
+                              "params", "count", "modules", "channels", "settings", "explain"}) {
+    for (std::vector<std::string> args : hostile) {
+      args.insert(args.begin(), command);
+      const Outcome got = Run(args);
+      EXPECT_TRUE(got.exitCode >= 0 && got.exitCode <= 2) << command << got.exitCode;
+      EXPECT_TRUE(got.exitCode == 0 || !got.err.empty()) << command;
+      EXPECT_EQ(got.err.find("Sanitizer"), std::string::npos) << got.err;
+      EXPECT_EQ(got.err.find("runtime error"), std::string::npos) << got.err;
+    }
+  }
 }
 
 // Each "$ tovak ..." session of docs/cli.md prints the lines shown below it.
