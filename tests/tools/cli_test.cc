@@ -85,11 +85,8 @@ TEST_F(CliTest, TimeBaseWithAxisFiles) {
   // Trigger at -1 s, 1 us clock, 1000 pre-samples: sample 0 at -1.001 s.
   const Outcome plain = Run({"timebase", "Magnetics", "120100", "1", "1", "3", "--json"});
   ASSERT_EQ(plain.exitCode, 0) << plain.err;
-  EXPECT_NE(plain.out.find("\"period_s\":9.9999999999999995e-07"), std::string::npos)
-      << plain.out;
-  EXPECT_NE(plain.out.find("\"delay_sample\":0,\"delay_s\":-1.0009999999999999"),
-            std::string::npos)
-      << plain.out;
+  EXPECT_NE(plain.out.find("\"period_s\":9.9999999999999995e-07,\"delay_sample\":0,"
+                           "\"delay_s\":-1.0009999999999999"), std::string::npos) << plain.out;
 
   const std::string csv = dir_ + "/axis.csv";
   const Outcome withAxis =
@@ -171,11 +168,7 @@ TEST_F(CliTest, UsageErrorsAndHelp) {
 // Argument vectors of every kind: the tool answers or refuses with exit 0, 1
 // or 2 and says why, in the stream or file named; it never aborts.
 TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
-  struct Case {
-    std::vector<std::string> args;
-    int exitCode;
-    std::string stream, text;
-  };
+  struct Case { std::vector<std::string> args; int exitCode; std::string stream, text; };
   auto timebase = [](std::vector<std::string> more) {
     more.insert(more.begin(), {"timebase", "Magnetics", "120100", "1", "1", "3"});
     return more;
