@@ -200,8 +200,10 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
       {{"link", "NoSuchDiag", "120100", "1", "1", "1"}, 1, "err",
        "asked for diagnostic 'NoSuchDiag' shot 120100/1 channel 1,1 (see: tovak explain -103)"},
       {{"explain", "x"}, 2, "err", "STATUS: not an integer"},
-      // The setup database follows --server.
+      // The setup database follows --server; a remote one is not asked, and the tool says so.
       {{"--server", "/tsu", "modules", "Magnetics", "120100", "1"}, 0, "out", "tsu-we1"},
+      {{"--server", "grpc://[::1]:1/x", "settings", "Bolometer", "120100", "1"}, 0, "err",
+       "from the databases the configuration names"},
   };
   for (const Case& c : cases) {
     const Outcome got = Run(c.args);

@@ -1,5 +1,6 @@
 // modules, channels, settings: what a diagnostic's digitizers used in a shot.
 #include <climits>
+#include <cstdio>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -37,18 +38,34 @@ std::vector<Value> ChannelRow(const DTSchSettings& c) {
           int64_t{c.column4}, int64_t{c.column5}, int64_t{c.column6}, int64_t{c.column7}};
 }
 
-// --setup-server; else --server when it names databases (not a remote
-// address), so that one option picks the site; else SETUPSERVERNAME.
+bool IsRemote(const std::string& server) {
+  return cCheckV2scheme(server.c_str(), nullptr) != server.c_str();
+}
+
+// The settings lookups always read the databases: a remote --server is not
+// asked; the databases the configuration names answer, and the tool says so.
+std::string IndexServer(const std::string& server, const char* command) {
+  if (!IsRemote(server)) return server;
+  std::fprintf(stderr,
+               "tovak %s: note: answered from the databases the configuration names "
+               "(INDEXSERVERNAME, SETUPSERVERNAME), not by %s: these lookups have no remote form\n",
+               command, server.c_str());
+  return "";
+}
+
+// --setup-server; else --server when it names databases, so that one option
+// picks the site; else SETUPSERVERNAME.
 std::string SetupServer(const Args& args, const std::string& server) {
   if (std::optional<std::string> setup = args.Value("setup-server")) return *setup;
-  return server.rfind("grpc://", 0) == 0 || server.rfind("grpcs://", 0) == 0 ? "" : server;
+  return IsRemote(server) ? "" : server;
 }
 
 std::string AskedDiag(const Args& args) {
   return "diagnostic '" + args.Positional(0, "DIAG") + "'";
 }
 
-void RunModules(const Args& args, const std::string& server, Report& report) {
+void RunModules(const Args& args, const std::string& remoteOrIndex, Report& report) {
+  const std::string server = IndexServer(remoteOrIndex, "modules");
   Owned<DTSmodule> modules;
   Check("tovakGetDTSdiagShot",
         tovakGetDTSdiagShot(SetupServer(args, server).c_str(), args.Positional(0, "DIAG").c_str(),
@@ -62,7 +79,8 @@ void RunModules(const Args& args, const std::string& server, Report& report) {
   report.AddTable(std::move(table));
 }
 
-void RunChannels(const Args& args, const std::string& server, Report& report) {
+void RunChannels(const Args& args, const std::string& remoteOrIndex, Report& report) {
+  const std::string server = IndexServer(remoteOrIndex, "channels");
   Owned<DTSchSettings> channels;
   Check("tovakGetDTSchSettings",
         tovakGetDTSchSettings(server.c_str(), args.Positional(0, "KEY1").c_str(),
@@ -74,7 +92,8 @@ void RunChannels(const Args& args, const std::string& server, Report& report) {
   report.AddTable(std::move(table));
 }
 
-void RunSettings(const Args& args, const std::string& server, Report& report) {
+void RunSettings(const Args& args, const std::string& remoteOrIndex, Report& report) {
+  const std::string server = IndexServer(remoteOrIndex, "settings");
   struct Settings : Owned<DTSsettings> {
     ~Settings() { cleanup_DTSsettingsArray(data, count); }
   } settings;
