@@ -68,7 +68,8 @@ size_t PositionalCount(const Command& command) {
   return count;
 }
 
-// What the command line says when it names no command.
+// A command line without a command: the version, the command list, or what
+// is wrong with its options.
 int RunWithoutCommand(const std::vector<std::string>& argv) {
   const std::string first = argv.empty() ? "" : argv[0];
   if (first == "--version") {
@@ -76,8 +77,17 @@ int RunWithoutCommand(const std::vector<std::string>& argv) {
     return 0;
   }
   const bool wantsHelp = first == "--help" || first == "-h" || first == "help";
-  if (!wantsHelp && !argv.empty() && GlobalOptions().valued.count(argv.back().substr(2)) != 0) {
-    std::fprintf(stderr, "tovak: option %s needs a value\n", argv.back().c_str());
+  const OptionSpec global = GlobalOptions();
+  for (size_t i = 0; i < argv.size() && !wantsHelp; ++i) {
+    const std::string name = argv[i].substr(2);
+    const bool valued = global.valued.count(name) != 0;
+    if (global.flags.count(name) != 0) continue;
+    if (valued && i + 1 < argv.size()) {
+      ++i;  // its value
+      continue;
+    }
+    std::fprintf(stderr, valued ? "tovak: option %s needs a value\n" : "tovak: unknown option %s\n",
+                 argv[i].c_str());
     return 2;
   }
   PrintCommandList(wantsHelp ? stdout : stderr);
