@@ -52,7 +52,7 @@ int main(int argc, char** argv) {
       otherClockUnit ? clkUnit : unit, otherClockUnit ? clkModule : module, clkOutput,
       &sampInterval, static_cast<int64_t>(axis.size()), shot,
       static_cast<unsigned short>(subShot), source, internalClock.c_str(), multiplier.c_str(),
-      preSample, 0, /*quiet=*/0, /*doublePrecision=*/1, axis.data(), &period, &delay);
+      preSample, 0, /*quiet=*/1, /*doublePrecision=*/1, axis.data(), &period, &delay);
   if (status != TOVAK_OK) {
     std::fprintf(stderr, "time base failed: %d\n", status);
     return 1;

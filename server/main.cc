@@ -14,9 +14,11 @@
 
 namespace {
 
-int Usage() {
-  std::fprintf(stderr, "usage: tovak-server --config FILE [--port-file FILE] [--check]\n");
-  return 2;
+// The usage line: on standard output for --help (exit 0), else an error.
+int Usage(bool asked = false) {
+  std::fprintf(asked ? stdout : stderr,
+               "usage: tovak-server --config FILE [--port-file FILE] [--check]\n");
+  return asked ? 0 : 2;
 }
 
 }  // namespace
@@ -32,6 +34,8 @@ int main(int argc, char** argv) {
       portFile = argv[++i];
     } else if (argument == "--check") {
       checkOnly = true;
+    } else if (argument == "--help") {
+      return Usage(true);
     } else {
       return Usage();
     }

@@ -22,7 +22,7 @@ def test_time_base_is_the_c_api_s_bit_for_bit(cli, tmp_path, samples, last, sing
     assert got.axis.dtype == (numpy.float32 if single else numpy.float64)
     assert got.axis.tobytes() == axis_file.read_bytes()
     assert len(got.axis) == expected["samples"]
-    assert (got.period, got.delay) == (expected["period"], expected["delay"])
+    assert (got.period, got.delay) == (expected["period_s"], expected["delay_s"])
 
 
 def test_link_gives_numbers_and_raw_texts():
@@ -47,7 +47,7 @@ def test_failures_carry_the_tool_s_status_and_meaning(cli, call, args, status):
         call(*args[1:])
     assert failure.value.status == status
     done = cli(*args, raw=True)
-    assert done.stderr.strip().endswith(f"returned {status}: {failure.value.meaning}")
+    assert f"returned {status}: {failure.value.meaning}" in done.stderr
 
 
 def test_parameters_keep_order_and_types(cli):

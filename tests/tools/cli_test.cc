@@ -35,9 +35,9 @@ class CliTest : public ::testing::Test {
   }
   void TearDown() override { std::system(("rm -rf " + dir_).c_str()); }
 
-  // Runs the tool with arguments (each quoted for the shell).
-  Outcome Run(const std::vector<std::string>& args) {
-    std::string command = TOVAK_CLI;
+  // Runs the tool (or program) with arguments (each quoted for the shell).
+  Outcome Run(const std::vector<std::string>& args, const std::string& program = TOVAK_CLI) {
+    std::string command = program;
     for (const std::string& a : args) command += " '" + a + "'";
     command += " >" + dir_ + "/out 2>" + dir_ + "/err";
     const int raw = std::system(command.c_str());
@@ -74,9 +74,9 @@ TEST_F(CliTest, LinkOfAnExternallyClockedChannel) {
 
   const Outcome json = Run({"--json", "clk", "ECE", "120100", "1", "1", "2"});
   ASSERT_EQ(json.exitCode, 0) << json.err;
-  EXPECT_NE(json.out.find("\"dtsKind\":\"VME\""), std::string::npos) << json.out;
-  EXPECT_NE(json.out.find("\"clkDtsType\":\"CAMAC\",\"clkDtsHost\":\"cdts01\","
-                          "\"clkModule\":\"DMOD0\""),
+  EXPECT_NE(json.out.find("\"dts_kind\":\"VME\""), std::string::npos) << json.out;
+  EXPECT_NE(json.out.find("\"clock_unit_kind\":\"CAMAC\",\"clock_unit\":\"cdts01\","
+                          "\"clock_module\":\"DMOD0\""),
             std::string::npos)
       << json.out;
 }
@@ -85,14 +85,14 @@ TEST_F(CliTest, TimeBaseWithAxisFiles) {
   // Trigger at -1 s, 1 us clock, 1000 pre-samples: sample 0 at -1.001 s.
   const Outcome plain = Run({"timebase", "Magnetics", "120100", "1", "1", "3", "--json"});
   ASSERT_EQ(plain.exitCode, 0) << plain.err;
-  EXPECT_NE(plain.out.find("\"period\":9.9999999999999995e-07"), std::string::npos) << plain.out;
-  EXPECT_NE(plain.out.find("\"delay\":-1.0009999999999999"), std::string::npos) << plain.out;
+  EXPECT_NE(plain.out.find("\"period_s\":9.9999999999999995e-07,\"delay_sample\":0,"
+                           "\"delay_s\":-1.0009999999999999"), std::string::npos) << plain.out;
 
   const std::string csv = dir_ + "/axis.csv";
   const Outcome withAxis =
       Run({"timebase", "Magnetics", "120100", "1", "1", "3", "--samples", "3", "--axis", csv});
   ASSERT_EQ(withAxis.exitCode, 0) << withAxis.err;
-  EXPECT_EQ(Field(withAxis.out, "delay (trigger)"), "-1");
+  EXPECT_EQ(Field(withAxis.out, "time of sample 1000 (trigger)"), "-1");
   std::istringstream lines(Slurp(csv));
   std::string header, first, second, third, extra;
   std::getline(lines, header);
@@ -163,6 +163,95 @@ TEST_F(CliTest, UsageErrorsAndHelp) {
     EXPECT_EQ(help.exitCode, 0) << command;
     EXPECT_EQ(help.out.rfind(std::string("usage: tovak ") + command, 0), 0u) << help.out;
   }
+}
+
+// Argument vectors of every kind: the tool answers or refuses with exit 0, 1
+// or 2 and says why, in the stream or file named; it never aborts.
+TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
+  struct Case { std::vector<std::string> args; int exitCode; std::string stream, text; };
+  auto timebase = [](std::vector<std::string> more) {
+    more.insert(more.begin(), {"timebase", "Magnetics", "120100", "1", "1", "3"});
+    return more;
+  };
+  const std::string csv = dir_ + "/a.csv", full = dir_ + "/full.bin";
+  ASSERT_EQ(symlink("/dev/full", full.c_str()), 0);
+  const std::vector<Case> cases = {
+      // Counts beyond the documented limit, write errors with the system's reason.
+      {timebase({"--samples", "99999999999", "--axis", csv}), 2, "err", "268435456]"},
+      {timebase({"--samples", "9223372036854775807"}), 2, "err", "268435456]"},
+      {timebase({"--samples", "5", "--axis", full}), 1, "err", "No space left on device"},
+      {timebase({"--axis", dir_ + "/none/a.csv"}), 1, "err", "No such file or directory"},
+      // Each delay names its sample; --last moves the CSV's sample numbers.
+      {timebase({"--json", "--samples", "2", "--axis", csv}), 0, "out",
+       "\"delay_sample\":1000,\"delay_s\":-1,"},
+      {timebase({"--samples", "10", "--last", "2000000", "--axis", csv}), 0, csv,
+       "time_s\n1999991,0.99899"},
+      // An external clock has no SampInterval option.
+      {{"link", "Magnetics", "120100", "1", "1", "3"}, 0, "out",
+       "sampling interval  none: no SampInterval option (external clock)"},
+      {timebase({"--json"}), 0, "out", "\"samp_interval_ns\":null"},
+      // Small ones.
+      {{"cycle"}, 0, "out", "Internal (default: no --clock-source)"},
+      {{"adjust", "--mode", "x"}, 2, "err", "--card and --mode are both needed"},
+      {{"link", "Magnetics", "120100", "1", "1", "3", "9"}, 2, "err", "unexpected argument '9'"},
+      {timebase({"--last", "-5"}), 2, "err", "--last: not an integer in [0,"},
+      {{"--version"}, 0, "out", "tovak "},
+      {{"--server"}, 2, "err", "option --server needs a value"},
+      {{"link", "NoSuchDiag", "120100", "1", "1", "1"}, 1, "err",
+       "asked for diagnostic 'NoSuchDiag' shot 120100/1 channel 1,1 (see: tovak explain -103)"},
+      {{"explain", "x"}, 2, "err", "STATUS: not an integer"},
+      // The setup database follows --server; a remote one is not asked, and the tool says so.
+      {{"--server", "/tsu", "modules", "Magnetics", "120100", "1"}, 0, "out", "tsu-we1"},
+      {{"--server", "grpc://[::1]:1/x", "settings", "Bolometer", "120100", "1"}, 0, "err",
+       "from the databases the configuration names"},
+  };
+  for (const Case& c : cases) {
+    const Outcome got = Run(c.args);
+    const std::string where = c.stream == "out" ? got.out : c.stream == "err" ? got.err
+                                                                             : Slurp(c.stream);
+    EXPECT_EQ(got.exitCode, c.exitCode) << c.args[0] << " " << got.err;
+    EXPECT_NE(where.find(c.text), std::string::npos) << c.text << " in:\n" << where;
+  }
+  EXPECT_EQ(WEXITSTATUS(std::system((std::string(TOVAK_SERVER) + " --help >/dev/null").c_str())),
+            0);
+  // Hostile words for every command: one of the three codes, a reason, no
+  // sanitizer report.
+  for (const char* command : {"link", "clk", "cycle", "first-sample", "adjust", "timebase",
+                              "params", "count", "modules", "channels", "settings", "explain"}) {
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {"--"}, {"", "", "", "", ""}, {"-1", "-1", "-1", "-1", "-1", "--last=-1"},
+             {"x", "4294967296", "65536", "1", "1", "--samples", "-1"}, {"--=", "--json"}}) {
+      std::vector<std::string> args = {command};
+      args.insert(args.end(), words.begin(), words.end());
+      const Outcome got = Run(args);
+      EXPECT_TRUE(got.exitCode == 0 || ((got.exitCode == 1 || got.exitCode == 2) &&
+                                        got.err.find("Sanitizer") == std::string::npos &&
+                                        got.err.find("runtime error") == std::string::npos))
+          << command << " " << got.exitCode << got.err;
+    }
+  }
+}
+
+// Each "$ tovak ..." session of docs/cli.md prints the lines shown below it.
+TEST_F(CliTest, SessionsOfTheDocsPrintWhatTheyShow) {
+  std::istringstream doc(Slurp(TOVAK_CLI_DOC) + "\n");
+  std::string line, command, shown;
+  int sessions = 0;
+  while (std::getline(doc, line)) {
+    if (line.rfind("    ", 0) == 0 && line.rfind("    $ tovak", 0) != 0) {
+      shown += line.substr(4) + "\n";
+      continue;
+    }
+    if (!command.empty()) {
+      const Outcome got = Run({"-c", "cd " + dir_ + " && " + TOVAK_CLI + command}, "sh");
+      EXPECT_EQ(got.exitCode, 0) << command << got.err;
+      EXPECT_EQ(got.out, shown) << command;
+      ++sessions;
+    }
+    command = line.rfind("    $ tovak", 0) == 0 ? line.substr(11) : "";
+    shown.clear();
+  }
+  EXPECT_GT(sessions, 0);
 }
 
 }  // namespace

@@ -34,7 +34,9 @@ class Args {
   bool Flag(const std::string& name) const { return flags_.count(name) != 0; }
   std::optional<std::string> Value(const std::string& name) const;
   std::string Text(const std::string& name, const std::string& fallback) const;
-  int64_t Integer(const std::string& name, int64_t fallback) const;
+  // The option's value within [min, max], or fallback when it is absent.
+  int64_t Integer(const std::string& name, int64_t fallback, int64_t min = INT64_MIN,
+                  int64_t max = INT64_MAX) const;
 
   // Positional i, which must exist; what names it in messages.
   const std::string& Positional(size_t i, const char* what) const;

@@ -2,6 +2,7 @@
 #ifndef TOVAK_TOOLS_AXIS_FILE_H_
 #define TOVAK_TOOLS_AXIS_FILE_H_
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -13,9 +14,12 @@ enum class AxisFormat { kNone, kCsv, kBinary };
 // is a usage error.
 AxisFormat AxisFormatOf(const std::string& path);
 
-// Throws UsageError when the file cannot be written.
-void WriteAxis(const std::string& path, AxisFormat format, const std::vector<double>& axis);
-void WriteAxis(const std::string& path, AxisFormat format, const std::vector<float>& axis);
+// Entry k of axis is sample firstSample + k (the CSV "sample" column).
+// Throws RunError with the system's reason when the file cannot be written.
+void WriteAxis(const std::string& path, AxisFormat format, int64_t firstSample,
+               const std::vector<double>& axis);
+void WriteAxis(const std::string& path, AxisFormat format, int64_t firstSample,
+               const std::vector<float>& axis);
 
 }  // namespace tovak::cli
 

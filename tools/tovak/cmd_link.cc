@@ -11,36 +11,37 @@ namespace {
 
 void RunLink(const Args& args, const std::string& server, Report& report) {
   tooling::LinkNumbers link;
-  Check("tovakGetDTSinfox", tooling::ReadLinkNumbers(ReadChannelKey(args), server.c_str(), &link));
-  report.Add("dtsKind", "DTS kind", link.dtsKind);
-  report.Add("triggerUnit", "trigger unit", link.triggerUnit);
-  report.Add("triggerModule", "trigger module", link.triggerModule);
-  report.Add("clockOutput", "clock output", int64_t{link.clockOutput});
-  report.Add("triggerOutput", "trigger output", int64_t{link.triggerOutput});
-  report.Add("clockSource", "clock source", link.clockSource);
-  report.Add("clockSetting", "clock setting", int64_t{link.clockSetting});
-  report.Add("recordLength", "record length", int64_t{link.recordLength});
-  report.Add("preSample", "pre-samples", int64_t{link.preSample});
-  report.Add("sampInterval", "sampling interval", int64_t{link.sampInterval}, "ns");
-  report.Add("clkHostId", "clock unit id", int64_t{link.clockUnitId});
-  report.Add("clkModule", "clock module", link.clockModule);
+  const ChannelKey key = ReadChannelKey(args);
+  Check("tovakGetDTSinfox", tooling::ReadLinkNumbers(key, server.c_str(), &link), Asked(key));
+  report.Add("dts_kind", "DTS kind", link.dtsKind);
+  report.Add("trigger_unit", "trigger unit", link.triggerUnit);
+  report.Add("trigger_module", "trigger module", link.triggerModule);
+  report.Add("clock_output", "clock output", int64_t{link.clockOutput});
+  report.Add("trigger_output", "trigger output", int64_t{link.triggerOutput});
+  report.Add("clock_source", "clock source", link.clockSource);
+  report.Add("clock_setting", "clock setting", int64_t{link.clockSetting});
+  report.Add("record_length", "record length", int64_t{link.recordLength});
+  report.Add("pre_samples", "pre-samples", int64_t{link.preSample});
+  AddSampInterval(report, link.clockSource == "External", link.sampInterval);
+  report.Add("clock_unit_id", "clock unit id", int64_t{link.clockUnitId});
+  report.Add("clock_module", "clock module", link.clockModule);
 }
 
 void RunClk(const Args& args, const std::string& server, Report& report) {
   const LinkTexts link = ReadLinkTexts(ReadChannelKey(args), server);
-  report.Add("dtsKind", "DTS kind", link.dtsKind);
-  report.Add("triggerUnit", "trigger unit", link.text1);
-  report.Add("triggerModule", "trigger module", link.text2);
-  report.Add("clockOutput", "clock output", link.text3);
-  report.Add("triggerOutput", "trigger output", link.text4);
-  report.Add("clockSource", "clock source", link.clockSource);
-  report.Add("clockSetting", "clock setting", int64_t{link.clockSetting});
-  report.Add("recordLength", "record length", int64_t{link.num8});
-  report.Add("preSample", "PreSample", link.preSample);
-  report.Add("sampInterval", "SampInterval", link.sampInterval);
-  report.Add("clkDtsType", "clock unit kind", link.clkDtsType);
-  report.Add("clkDtsHost", "clock unit", link.clkDtsHost);
-  report.Add("clkModule", "clock module", link.clkDtsWord3);
+  report.Add("dts_kind", "DTS kind", link.dtsKind);
+  report.Add("trigger_unit", "trigger unit", link.text1);
+  report.Add("trigger_module", "trigger module", link.text2);
+  report.Add("clock_output", "clock output", link.text3);
+  report.Add("trigger_output", "trigger output", link.text4);
+  report.Add("clock_source", "clock source", link.clockSource);
+  report.Add("clock_setting", "clock setting", int64_t{link.clockSetting});
+  report.Add("record_length", "record length", int64_t{link.num8});
+  report.Add("pre_samples_text", "PreSample", link.preSample);
+  report.Add("samp_interval_text", "SampInterval", link.sampInterval);
+  report.Add("clock_unit_kind", "clock unit kind", link.clkDtsType);
+  report.Add("clock_unit", "clock unit", link.clkDtsHost);
+  report.Add("clock_module", "clock module", link.clkDtsWord3);
 }
 
 }  // namespace

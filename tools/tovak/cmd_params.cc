@@ -40,7 +40,8 @@ void RunParams(const Args& args, const std::string& server, Report& report) {
   CParamSet params;
   Check("getDTSParameters", getDTSParameters(server.c_str(), dts.c_str(), module.c_str(),
                                              ShotArg(args, 2), SubShotArg(args, 3), channel,
-                                             params));
+                                             params),
+        "timing unit '" + dts + "' module '" + module + "'");
   Table table{"parameters", {"name", "value", "type"}, {}};
   for (const tooling::ParameterEntry& entry : tooling::EntriesOf(params)) {
     table.rows.push_back({entry.name, entry.value, TagName(entry.tag)});
@@ -52,15 +53,16 @@ void RunCount(const Args& args, const std::string& server, Report& report) {
   const std::string& dts = args.Positional(0, "DTS");
   const std::string& module = args.Positional(1, "MODULE");
   short count = 0;
-  int first = static_cast<int>(args.Integer("first", 1));
-  int last = static_cast<int>(args.Integer("last", 0));
+  int first = static_cast<int>(args.Integer("first", 1, INT_MIN, INT_MAX));
+  int last = static_cast<int>(args.Integer("last", 0, INT_MIN, INT_MAX));
   char moduleUsed[64] = "";
   Check("tovakGetDTSParametersCount",
         tovakGetDTSParametersCount(server.c_str(), dts.c_str(), module.c_str(), ShotArg(args, 2),
-                                   SubShotArg(args, 3), &count, &first, &last, moduleUsed));
+                                   SubShotArg(args, 3), &count, &first, &last, moduleUsed),
+        "timing unit '" + dts + "' module '" + module + "'");
   report.Add("count", "parameters per channel", int64_t{count});
-  report.Add("firstChannel", "first channel", int64_t{first});
-  report.Add("lastChannel", "last channel", int64_t{last});
+  report.Add("first_channel", "first channel", int64_t{first});
+  report.Add("last_channel", "last channel", int64_t{last});
   report.Add("module", "module", std::string(moduleUsed));
 }
 

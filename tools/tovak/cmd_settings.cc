@@ -1,5 +1,6 @@
 // modules, channels, settings: what a diagnostic's digitizers used in a shot.
 #include <climits>
+#include <cstdio>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -37,14 +38,40 @@ std::vector<Value> ChannelRow(const DTSchSettings& c) {
           int64_t{c.column4}, int64_t{c.column5}, int64_t{c.column6}, int64_t{c.column7}};
 }
 
-std::string SetupServer(const Args& args) { return args.Text("setup-server", ""); }
+bool IsRemote(const std::string& server) {
+  return cCheckV2scheme(server.c_str(), nullptr) != server.c_str();
+}
 
-void RunModules(const Args& args, const std::string&, Report& report) {
+// The settings lookups always read the databases: a remote --server is not
+// asked; the databases the configuration names answer, and the tool says so.
+std::string IndexServer(const std::string& server, const char* command) {
+  if (!IsRemote(server)) return server;
+  std::fprintf(stderr,
+               "tovak %s: note: answered from the databases the configuration names "
+               "(INDEXSERVERNAME, SETUPSERVERNAME), not by %s: these lookups have no remote form\n",
+               command, server.c_str());
+  return "";
+}
+
+// --setup-server; else --server when it names databases, so that one option
+// picks the site; else SETUPSERVERNAME.
+std::string SetupServer(const Args& args, const std::string& server) {
+  if (std::optional<std::string> setup = args.Value("setup-server")) return *setup;
+  return IsRemote(server) ? "" : server;
+}
+
+std::string AskedDiag(const Args& args) {
+  return "diagnostic '" + args.Positional(0, "DIAG") + "'";
+}
+
+void RunModules(const Args& args, const std::string& remoteOrIndex, Report& report) {
+  const std::string server = IndexServer(remoteOrIndex, "modules");
   Owned<DTSmodule> modules;
   Check("tovakGetDTSdiagShot",
-        tovakGetDTSdiagShot(SetupServer(args).c_str(), args.Positional(0, "DIAG").c_str(),
+        tovakGetDTSdiagShot(SetupServer(args, server).c_str(), args.Positional(0, "DIAG").c_str(),
                             ShotArg(args, 1), SubShotArg(args, 2), &modules.data, &modules.count,
-                            1));
+                            1),
+        AskedDiag(args));
   Table table{"modules", {"key1", "key2"}, {}};
   for (int i = 0; i < modules.count; ++i) {
     table.rows.push_back({std::string(modules.data[i].key1), std::string(modules.data[i].key2)});
@@ -52,25 +79,29 @@ void RunModules(const Args& args, const std::string&, Report& report) {
   report.AddTable(std::move(table));
 }
 
-void RunChannels(const Args& args, const std::string& server, Report& report) {
+void RunChannels(const Args& args, const std::string& remoteOrIndex, Report& report) {
+  const std::string server = IndexServer(remoteOrIndex, "channels");
   Owned<DTSchSettings> channels;
   Check("tovakGetDTSchSettings",
         tovakGetDTSchSettings(server.c_str(), args.Positional(0, "KEY1").c_str(),
                               args.Positional(1, "KEY2").c_str(), ShotArg(args, 2),
-                              SubShotArg(args, 3), &channels.data, &channels.count, 1));
+                              SubShotArg(args, 3), &channels.data, &channels.count, 1),
+        "module '" + args.Positional(0, "KEY1") + "' '" + args.Positional(1, "KEY2") + "'");
   Table table{"channels", kChannelColumns, {}};
   for (int i = 0; i < channels.count; ++i) table.rows.push_back(ChannelRow(channels.data[i]));
   report.AddTable(std::move(table));
 }
 
-void RunSettings(const Args& args, const std::string& server, Report& report) {
+void RunSettings(const Args& args, const std::string& remoteOrIndex, Report& report) {
+  const std::string server = IndexServer(remoteOrIndex, "settings");
   struct Settings : Owned<DTSsettings> {
     ~Settings() { cleanup_DTSsettingsArray(data, count); }
   } settings;
   Check("tovakGetDTSsettings",
-        tovakGetDTSsettings(SetupServer(args).c_str(), server.c_str(),
+        tovakGetDTSsettings(SetupServer(args, server).c_str(), server.c_str(),
                             args.Positional(0, "DIAG").c_str(), ShotArg(args, 1),
-                            SubShotArg(args, 2), &settings.data, &settings.count, 1));
+                            SubShotArg(args, 2), &settings.data, &settings.count, 1),
+        AskedDiag(args));
   std::vector<std::string> columns = {"key1", "key2"};
   columns.insert(columns.end(), kChannelColumns.begin(), kChannelColumns.end());
   Table table{"channels", columns, {}};
@@ -91,14 +122,15 @@ void RunSettings(const Args& args, const std::string& server, Report& report) {
 void AddSettingsCommands(std::vector<Command>& commands) {
   commands.push_back({"modules", "digitizer modules a diagnostic used in a shot",
                       "modules DIAG SHOT SUBSHOT [--setup-server NAME]\n"
-                      "  Asks the setup database (NAME: host[/site][:port[:database]], default\n"
-                      "  SETUPSERVERNAME).\n",
+                      "  Asks the setup database (NAME: host[/site][:port[:database]]; default\n"
+                      "  --server when it names databases, else SETUPSERVERNAME).\n",
                       {{"setup-server"}, {}},
                       &RunModules});
   commands.push_back({"channels", "channel settings of a digitizer module",
                       "channels KEY1 KEY2 SHOT SUBSHOT\n", {}, &RunChannels});
   commands.push_back({"settings", "modules of a diagnostic with their channel settings",
-                      "settings DIAG SHOT SUBSHOT [--setup-server NAME]\n",
+                      "settings DIAG SHOT SUBSHOT [--setup-server NAME]\n"
+                      "  The setup database as for modules, the channels from --server.\n",
                       {{"setup-server"}, {}},
                       &RunSettings});
 }

@@ -9,10 +9,21 @@
 namespace tovak::cli {
 namespace {
 
-// A picosecond output, or "unknown" when the library left the marker.
-Value Picoseconds(int64_t value) {
-  if (value == TOVAK_TIME_UNKNOWN) return std::string("unknown");
-  return value;
+// A picosecond output; null ("unknown") when the library left the marker.
+void AddPicoseconds(Report& report, const char* key, const char* label, int64_t value) {
+  if (value == TOVAK_TIME_UNKNOWN) {
+    report.Add(key, label, Null{}, "unknown");
+  } else {
+    report.Add(key, label, value, "ps");
+  }
+}
+
+// --clock-source, whose absence the output states.
+std::string ClockSource(const Args& args, Report& report) {
+  const std::optional<std::string> given = args.Value("clock-source");
+  report.Add("clock_source", "clock source",
+             given ? *given : std::string("Internal (default: no --clock-source)"));
+  return given.value_or("Internal");
 }
 
 struct Unit {
@@ -33,6 +44,11 @@ std::set<std::string> With(std::set<std::string> base, std::initializer_list<con
   return base;
 }
 
+// An int option, 0 when absent.
+int Int(const Args& args, const char* name) {
+  return static_cast<int>(args.Integer(name, 0, INT32_MIN, INT32_MAX));
+}
+
 unsigned int Shot(const Args& args) {
   return static_cast<unsigned>(ParseInteger(args.Text("shot", "0"), "--shot", 0, UINT32_MAX));
 }
@@ -44,53 +60,54 @@ unsigned short SubShot(const Args& args) {
 void RunCycle(const Args& args, const std::string& server, Report& report) {
   const Unit clk = ReadUnit(args, "clk");
   const Unit trg = ReadUnit(args, "trg");
-  int interval = static_cast<int>(args.Integer("interval", 0));
+  int interval = Int(args, "interval");
+  const std::string source = ClockSource(args, report);
   int64_t period = TOVAK_TIME_UNKNOWN, clockStart = TOVAK_TIME_UNKNOWN,
           triggerTime = TOVAK_TIME_UNKNOWN, cycle = TOVAK_TIME_UNKNOWN;
   Check("tovakSamplingCycle",
         tovakSamplingCycle(server.c_str(), clk.type.c_str(), clk.host.c_str(), clk.module.c_str(),
                            clk.output.c_str(), trg.type.c_str(), trg.host.c_str(),
                            trg.module.c_str(), trg.output.c_str(), &interval, Shot(args),
-                           SubShot(args), args.Text("clock-source", "Internal").c_str(),
-                           args.Text("internal-clock", "").c_str(),
+                           SubShot(args), source.c_str(), args.Text("internal-clock", "").c_str(),
                            args.Text("multiplier", "").c_str(), &period, &clockStart,
                            &triggerTime, &cycle));
-  report.Add("clockCycle", "clock cycle", Picoseconds(cycle), "ps");
-  report.Add("sampPeriod", "sampling period", Picoseconds(period), "ps");
-  report.Add("sampInterval", "sampling interval", int64_t{interval}, "ns");
-  report.Add("clockStart", "clock start", Picoseconds(clockStart), "ps");
-  report.Add("triggerTime", "trigger time", Picoseconds(triggerTime), "ps");
+  AddPicoseconds(report, "clock_cycle_ps", "clock cycle", cycle);
+  AddPicoseconds(report, "samp_period_ps", "sampling period", period);
+  report.Add("samp_interval_ns", "sampling interval", int64_t{interval}, "ns");
+  AddPicoseconds(report, "clock_start_ps", "clock start", clockStart);
+  AddPicoseconds(report, "trigger_ps", "trigger time", triggerTime);
 }
 
 void RunFirstSample(const Args& args, const std::string& server, Report& report) {
   const Unit trg = ReadUnit(args, "trg");
   int64_t triggerTime = args.Integer("trigger-time", TOVAK_TIME_UNKNOWN);
   int64_t first = TOVAK_TIME_UNKNOWN;
+  const std::string source = ClockSource(args, report);
   Check("tovakSampling0Timing",
         tovakSampling0Timing(server.c_str(), args.Flag("from-clock-start"), trg.type.c_str(),
                              trg.host.c_str(), trg.module.c_str(), trg.output.c_str(), Shot(args),
-                             SubShot(args), args.Text("clock-source", "Internal").c_str(),
-                             args.Text("pre-sample", "0").c_str(), args.Integer("period", 0),
+                             SubShot(args), source.c_str(), args.Text("pre-sample", "0").c_str(),
+                             args.Integer("period", 0),
                              args.Integer("clock-start", TOVAK_TIME_UNKNOWN), &triggerTime,
                              &first));
-  report.Add("triggerTime", "trigger time", Picoseconds(triggerTime), "ps");
-  report.Add("firstSampleTime", "sample 0 time", Picoseconds(first), "ps");
+  AddPicoseconds(report, "trigger_ps", "trigger time", triggerTime);
+  AddPicoseconds(report, "sample0_ps", "time of sample 0", first);
 }
 
 void RunAdjust(const Args& args, const std::string&, Report& report) {
   const std::optional<std::string> card = args.Value("card");
   const std::optional<std::string> mode = args.Value("mode");
   const std::optional<std::string> source = args.Value("clock-source");
+  if (!card || !mode) throw UsageError("--card and --mode are both needed");
   int64_t adjust = 0;
   Check("tovakFirstSampleAdjust",
-        tovakFirstSampleAdjust(card ? card->c_str() : nullptr, mode ? mode->c_str() : nullptr,
-                               source ? source->c_str() : nullptr,
-                               static_cast<int>(args.Integer("flag", 0)), args.Integer("period", 0),
+        tovakFirstSampleAdjust(card->c_str(), mode->c_str(), source ? source->c_str() : nullptr,
+                               Int(args, "flag"), args.Integer("period", 0),
                                args.Integer("clock-period", 0),
                                args.Text("edge-a", "Rising").c_str(),
-                               args.Text("edge-b", "Rising").c_str(),
-                               static_cast<int>(args.Integer("clock-count", 0)), &adjust));
-  report.Add("adjust", "first-sample correction", adjust, "ps");
+                               args.Text("edge-b", "Rising").c_str(), Int(args, "clock-count"),
+                               &adjust));
+  report.Add("adjust_ps", "first-sample correction", adjust, "ps");
 }
 
 }  // namespace
@@ -104,7 +121,8 @@ void AddTimingCommands(std::vector<Command>& commands) {
        "            [--trg-type T --trg-host H --trg-module M --trg-output O]\n"
        "            [--shot N] [--subshot N] [--clock-source Internal|External]\n"
        "            [--internal-clock HZ|NNns] [--multiplier N] [--interval NS]\n"
-       "  Times are picoseconds from the timing system's time zero.\n",
+       "  Times are picoseconds from the timing system's time zero. The clock source is\n"
+       "  Internal unless --clock-source says otherwise.\n",
        {With(kUnitOptions, {"shot", "subshot", "clock-source", "internal-clock", "multiplier",
                             "interval"}),
         {}},

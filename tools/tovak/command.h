@@ -16,6 +16,7 @@ namespace tovak::cli {
 struct LookupFailure {
   const char* function;
   int status;
+  std::string asked;  // what was looked up, for the message; may be empty
 };
 
 // A command that could not do its work for a reason other than a lookup.
@@ -38,14 +39,15 @@ const std::vector<Command>& Commands();
 // Options every command takes.
 OptionSpec GlobalOptions();
 
-// Throws LookupFailure for a non-zero status.
-void Check(const char* function, int status);
+// Throws LookupFailure for a non-zero status; asked names what was looked up.
+void Check(const char* function, int status, const std::string& asked = "");
 
 // Command groups, defined beside their commands.
 void AddLinkCommands(std::vector<Command>& commands);
 void AddTimingCommands(std::vector<Command>& commands);
 void AddParameterCommands(std::vector<Command>& commands);
 void AddSettingsCommands(std::vector<Command>& commands);
+void AddExplainCommand(std::vector<Command>& commands);
 void AddDiagramCommand(std::vector<Command>& commands);  // with the Python package
 
 }  // namespace tovak::cli

@@ -19,10 +19,25 @@ ChannelKey ReadChannelKey(const Args& args) {
   return key;
 }
 
+std::string Asked(const ChannelKey& key) {
+  return "diagnostic '" + key.diag + "' shot " + std::to_string(key.shot) + "/" +
+         std::to_string(key.subShot) + " channel " + std::to_string(key.chKey1) + "," +
+         std::to_string(key.chKey2);
+}
+
 LinkTexts ReadLinkTexts(const ChannelKey& key, const std::string& server) {
   LinkTexts link;
-  Check("tovakGetDTSinfoCLK", tooling::ReadLinkTexts(key, server.c_str(), &link));
+  Check("tovakGetDTSinfoCLK", tooling::ReadLinkTexts(key, server.c_str(), &link), Asked(key));
   return link;
+}
+
+void AddSampInterval(Report& report, bool externalClock, int64_t interval) {
+  if (externalClock && (interval == 0 || interval == 1)) {
+    report.Add("samp_interval_ns", "sampling interval", Null{},
+               "none: no SampInterval option (external clock)");
+  } else {
+    report.Add("samp_interval_ns", "sampling interval", interval, "ns");
+  }
 }
 
 }  // namespace tovak::cli

@@ -16,7 +16,9 @@ constexpr char kGlobalUsage[] =
     "                  (grpc://host:port/site, grpcs://...); default: INDEXSERVERNAME or KOVD_GRPC\n"
     "  --json          machine-readable output\n"
     "  --verbose       the library's diagnostic messages on standard error\n"
-    "  --help          help of the command\n";
+    "  --help          help of the command\n"
+    "  --version       the tool's version\n"
+    "Exit codes: 0 answered, 1 the lookup or the output failed, 2 the command line is wrong.\n";
 
 void PrintCommandList(std::FILE* out) {
   std::fprintf(out, "usage: tovak COMMAND [ARGUMENTS] [OPTIONS]\n\nCommands:\n");
@@ -61,28 +63,55 @@ std::string ServerName(const Args& args) {
   return name;
 }
 
-// The settings lookups read the databases under either protocol: a remote
-// server named for them gives way, with a note, to the databases the
-// configuration names.
-std::string ServerFor(const Command& command, std::string server) {
-  const std::string name = command.name;
-  const bool databaseOnly = name == "channels" || name == "modules" || name == "settings";
-  if (!databaseOnly || cCheckV2scheme(server.c_str(), nullptr) == server.c_str()) return server;
-  std::fprintf(stderr,
-               "tovak %s: note: the remote server does not serve this lookup; asking the "
-               "databases the configuration names (INDEXSERVERNAME, SETUPSERVERNAME)\n",
-               command.name);
-  return "";
+// The positionals a command takes: the words of its usage line before the
+// first option ("link DIAG SHOT ..." takes 5; "-o FILE" counts).
+size_t PositionalCount(const Command& command) {
+  const std::string usage = command.usage;
+  size_t count = 0, at = usage.find(' ');
+  while (at != std::string::npos && at < usage.find('\n')) {
+    const size_t start = usage.find_first_not_of(' ', at);
+    if (start == std::string::npos || usage[start] == '[' || usage[start] == '\n' ||
+        usage.compare(start, 2, "--") == 0) {
+      break;
+    }
+    ++count;
+    at = usage.find(' ', start);
+  }
+  return count;
+}
+
+// A command line without a command: the version, the command list, or what
+// is wrong with its options.
+int RunWithoutCommand(const std::vector<std::string>& argv) {
+  const std::string first = argv.empty() ? "" : argv[0];
+  if (first == "--version") {
+    std::printf("tovak %s\n", TOVAK_VERSION);
+    return 0;
+  }
+  const bool wantsHelp = first == "--help" || first == "-h" || first == "help";
+  const OptionSpec global = GlobalOptions();
+  for (size_t i = 0; i < argv.size() && !wantsHelp; ++i) {
+    const std::string name = argv[i].substr(2);
+    const bool valued = global.valued.count(name) != 0;
+    if (global.flags.count(name) != 0) continue;
+    if (valued && i + 1 < argv.size()) {
+      ++i;  // its value
+      continue;
+    }
+    std::fprintf(stderr, valued ? "tovak: option %s needs a value\n" : "tovak: unknown option %s\n",
+                 argv[i].c_str());
+    return 2;
+  }
+  PrintCommandList(wantsHelp ? stdout : stderr);
+  return wantsHelp ? 0 : 2;
 }
 
 int Run(std::vector<std::string> argv) {
   const size_t at = CommandIndex(argv);
-  const bool wantsHelp = !argv.empty() && (argv[0] == "--help" || argv[0] == "-h" ||
-                                           argv[0] == "help");
-  if (at == argv.size() || wantsHelp) {
-    PrintCommandList(wantsHelp ? stdout : stderr);
-    return wantsHelp ? 0 : 2;
+  if (at == argv.size() || (!argv.empty() && argv[0] == "--version")) {
+    return RunWithoutCommand(argv);
   }
+  if (argv[0] == "-h" || argv[0] == "help") return RunWithoutCommand(argv);
   const std::string name = argv[at];
   argv.erase(argv.begin() + static_cast<std::ptrdiff_t>(at));
   const Command* command = Find(name);
@@ -97,9 +126,13 @@ int Run(std::vector<std::string> argv) {
       std::printf("usage: tovak %s\n\n%s", command->usage, kGlobalUsage);
       return 0;
     }
+    if (args.positionals().size() > PositionalCount(*command)) {
+      throw UsageError("unexpected argument '" + args.positionals()[PositionalCount(*command)] +
+                       "'");
+    }
     set_tovak_t_verbose(args.Flag("verbose"));
     Report report;
-    command->run(args, ServerFor(*command, ServerName(args)), report);
+    command->run(args, ServerName(args), report);
     if (args.Flag("json")) {
       report.PrintJson(stdout);
     } else {
@@ -111,8 +144,9 @@ int Run(std::vector<std::string> argv) {
                  command->usage);
     return 2;
   } catch (const LookupFailure& f) {
-    std::fprintf(stderr, "tovak %s: %s returned %d: %s\n", command->name, f.function, f.status,
-                 tooling::StatusText(f.status));
+    std::fprintf(stderr, "tovak %s: %s returned %d: %s%s%s (see: tovak explain %d)\n",
+                 command->name, f.function, f.status, tooling::StatusText(f.status),
+                 f.asked.empty() ? "" : "; asked for ", f.asked.c_str(), f.status);
     // The statuses whose reason the library keeps; under --verbose it has
     // written the reason already.
     const bool kept = f.status == TOVAK_E_INDEX_OPEN || f.status == TOVAK_E_SETUP_OPEN ||
@@ -131,8 +165,8 @@ int Run(std::vector<std::string> argv) {
 
 OptionSpec GlobalOptions() { return {{"server"}, {"json", "verbose", "help"}}; }
 
-void Check(const char* function, int status) {
-  if (status != 0) throw LookupFailure{function, status};
+void Check(const char* function, int status, const std::string& asked) {
+  if (status != 0) throw LookupFailure{function, status, asked};
 }
 
 const std::vector<Command>& Commands() {
@@ -142,6 +176,7 @@ const std::vector<Command>& Commands() {
     AddTimingCommands(all);
     AddParameterCommands(all);
     AddSettingsCommands(all);
+    AddExplainCommand(all);
 #ifdef TOVAK_PYTHON_EXECUTABLE
     AddDiagramCommand(all);
 #endif

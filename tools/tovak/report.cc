@@ -43,6 +43,7 @@ std::string Render(const Value& value) {
   if (const auto* s = std::get_if<std::string>(&value)) return *s;
   if (const auto* i = std::get_if<int64_t>(&value)) return std::to_string(*i);
   if (const auto* d = std::get_if<double>(&value)) return FormatDouble(*d, 15);
+  if (std::holds_alternative<Null>(value)) return "";
   return std::get<bool>(value) ? "yes" : "no";
 }
 
@@ -50,6 +51,7 @@ std::string JsonLiteral(const Value& value) {
   if (const auto* s = std::get_if<std::string>(&value)) return JsonString(*s);
   if (const auto* b = std::get_if<bool>(&value)) return *b ? "true" : "false";
   if (const auto* d = std::get_if<double>(&value)) return FormatDouble(*d, 17);
+  if (std::holds_alternative<Null>(value)) return "null";
   return Render(value);
 }
 
@@ -62,7 +64,7 @@ void Report::PrintText(std::FILE* out) const {
   for (const Field& f : fields_) width = std::max(width, f.label.size());
   for (const Field& f : fields_) {
     std::string value = Render(f.value);
-    if (!f.unit.empty()) value += " " + f.unit;
+    if (!f.unit.empty()) value += (value.empty() ? "" : " ") + f.unit;
     std::fprintf(out, "%-*s  %s\n", static_cast<int>(width), f.label.c_str(), value.c_str());
   }
   for (const Table& t : tables_) {

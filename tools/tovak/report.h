@@ -10,13 +10,15 @@
 
 namespace tovak::cli {
 
-using Value = std::variant<std::string, int64_t, double, bool>;
+// No value: JSON null; for people the field's unit text says why.
+using Null = std::monostate;
+using Value = std::variant<std::string, int64_t, double, bool, Null>;
 
 struct Field {
   std::string key;    // JSON key
   std::string label;  // label for people
   Value value;
-  std::string unit;   // printed after the value for people ("ps", "s", ...)
+  std::string unit;   // printed after the value for people ("ps", "s", ...), alone for Null
 };
 
 struct Table {
