@@ -1,6 +1,6 @@
 # Installation: the library with its SONAME, the headers, a CMake package
-# (find_package(tovak) gives tovak::tovak), a pkg-config file, and the tovak
-# and tovak-server programs.
+# (find_package(tovak) gives tovak::tovak), a pkg-config file, the tovak
+# and tovak-server programs, and the documentation (share/doc/tovak).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -32,3 +32,7 @@ foreach(program tovak_cli tovak-server)
     install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   endif()
 endforeach()
+
+install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
