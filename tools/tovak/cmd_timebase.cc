@@ -47,6 +47,10 @@ void RunTimeBase(const Args& args, const std::string& server, Report& report) {
   const LinkTexts link = ReadLinkTexts(key, server);
   tooling::TimingArgs t = tooling::FromLink(link);
   const int64_t count = samples >= 0 ? samples : link.num8;
+  if (count < 0 || count > kMaxSamples) {  // the link's record length, from the database
+    throw RunError("the link's record length " + std::to_string(count) + " is outside 0.." +
+                   std::to_string(kMaxSamples) + ": give --samples");
+  }
   std::vector<double> axis64;
   std::vector<float> axis32;
   void* axis = nullptr;
