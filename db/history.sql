@@ -4,7 +4,8 @@
 -- on them, and the rows up to a shot depend on the shot alone, so the same
 -- lookup can be asked of a short and a long history. Replaces an earlier one.
 --
---   site "gen" (id 50), shots 1 to :shots;
+--   site "gen" (id 50), shots 1 to :shots, each with sub-shots 1 and 2 in the
+--     shot log;
 --   unit gshot (id 5000, FPGA-DTS, host 5000): the 8 outputs of DMODSS0 stored
 --     for every shot; output 2 has a sub-shot 2 row from shot 1 on, which wins
 --     over all of them; DMOD1 changes every :every shots;
@@ -42,6 +43,8 @@ CREATE TEMP TABLE version ON COMMIT DROP AS
     FROM generate_series(0, (:shots - 1) / :every) AS v;
 
 INSERT INTO site (site_id, name) VALUES (50, 'gen');
+INSERT INTO recorded_shot (site_id, shot, sub_shot)
+  SELECT 50, s, sub FROM generate_series(1, :shots) AS s, generate_series(1, 2) AS sub;
 INSERT INTO diag (diag_id, site_id, name)
   SELECT 5000, 50, 'PerShot'
   UNION ALL

@@ -13,6 +13,12 @@ SET client_min_messages = warning;
 
 INSERT INTO site (site_id, name) VALUES (1, 'ubo'), (2, 'tsu');
 
+-- Both sites took shots 120000 to 120100, each with sub-shots 1 and 2.
+INSERT INTO recorded_shot (site_id, shot, sub_shot)
+  SELECT site, shot, sub
+    FROM generate_series(1, 2) AS site, generate_series(120000, 120100) AS shot,
+         generate_series(1, 2) AS sub;
+
 INSERT INTO diag (diag_id, site_id, name) VALUES
   (101, 1, 'Magnetics'),
   (102, 1, 'Bolometer'),

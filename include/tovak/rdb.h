@@ -70,6 +70,10 @@ class TOVAK_EXPORT CIndexDBbase : public CRDBComm {
   // Channel settings of a digitizer module (eight columns per channel).
   virtual CRDBres* get_dmod_diag_shot(const char* key1, const char* key2,
                                       unsigned int shot, unsigned int subshot) = 0;
+  // The connected site's shot log: one row, the newest shot recorded ("" for
+  // none) and whether this shot and sub-shot were ("t" or "f"); no row when
+  // the connected role is no site.
+  virtual CRDBres* get_shot_record(unsigned int shot, unsigned int subShot) = 0;
 };
 
 // The process-wide index database connection.

@@ -39,6 +39,7 @@ enum {
   TOVAK_E_INDEX_OPEN = -102,          /* index database could not be opened */
   TOVAK_E_UNKNOWN_DIAG = -103,        /* site or diagnostic unknown */
   TOVAK_E_SETUP_OPEN = -140,          /* setup database could not be opened */
+  TOVAK_E_NO_SHOT_LOG = -150,         /* the shot log could not be read */
   TOVAK_E_NO_REMOTE = -599            /* remote protocol and no remote client */
 };
 
@@ -91,6 +92,16 @@ TOVAK_EXPORT void set_tovak_t_verbose(bool on);
  * explains the last TOVAK_E_INDEX_OPEN, TOVAK_E_SETUP_OPEN or
  * TOVAK_E_NO_REMOTE. Valid until the next call into the library. */
 TOVAK_EXPORT const char* tovakLastFailure(void);
+/* What the shot log of the index database says of a shot: *newestShot, the
+ * newest shot the server's site recorded (-1: it recorded none, or keeps no
+ * log), and *recorded, 1 when it recorded this shot and sub-shot, else 0.
+ * subShot carries the signed 32-bit sub-shot as the settings lookups take
+ * it. Always reads the index database, whatever the protocol; the lookups
+ * answer the same whether or not a shot was recorded. TOVAK_E_NO_SHOT_LOG
+ * when the log cannot be read (a database older than the log). */
+TOVAK_EXPORT int tovakGetShotRecord(const char* server, unsigned int shot,
+                                    unsigned int subShot, int64_t* newestShot,
+                                    int* recorded);
 
 /* DTS link of a digitizer channel, decoded into numbers. */
 TOVAK_EXPORT int tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot,

@@ -52,6 +52,8 @@ constexpr Statement kChannelSettings = {
     "SELECT channel, range_volts, offset_volts, clock_hz, pre_samples, samples,"
     " clock_count, mode_flag"
     " FROM dmod_channel_of($1, $2, $3, $4) ORDER BY channel"};
+constexpr Statement kShotRecord = {
+    "tovak_shot_record", "SELECT newest, recorded FROM shot_record($1, $2)"};
 
 // Sub-shots and channel keys are stored as signed values; the unsigned
 // argument carries the signed 32-bit value (a 16-bit -1 arrives as
@@ -159,6 +161,10 @@ int PgIndexDb::get_DTS_CAMACID(const char* name) {
 CRDBres* PgIndexDb::get_dmod_diag_shot(const char* key1, const char* key2,
                                        unsigned int shot, unsigned int subshot) {
   return queries().Rows(kChannelSettings, {key1, key2, shot, Signed(subshot)}).release();
+}
+
+CRDBres* PgIndexDb::get_shot_record(unsigned int shot, unsigned int subShot) {
+  return queries().Rows(kShotRecord, {shot, Signed(subShot)}).release();
 }
 
 }  // namespace tovak::db

@@ -46,6 +46,7 @@ class PgIndexDb final : public CIndexDBComm {
   int get_DTS_CAMACID(const char* name) override;
   CRDBres* get_dmod_diag_shot(const char* key1, const char* key2, unsigned int shot,
                               unsigned int subshot) override;
+  CRDBres* get_shot_record(unsigned int shot, unsigned int subShot) override;
 
  private:
   struct Target {

@@ -192,6 +192,12 @@ CRDBres* ScriptedIndexDb::get_dmod_diag_shot(const char* key1, const char* key2,
   return new ScriptedResult(channelSettings(Text(key1), Text(key2), shot, subshot), &log);
 }
 
+CRDBres* ScriptedIndexDb::get_shot_record(unsigned int shot, unsigned int subShot) {
+  log.push_back(Call("get_shot_record", shot, subShot));
+  if (!shotRecord) return Unscripted("get_shot_record", &log);
+  return new ScriptedResult(shotRecord(shot, subShot), &log);
+}
+
 // ---- setup database ----
 
 int ScriptedSetupDb::open() {

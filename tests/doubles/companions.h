@@ -81,6 +81,7 @@ class ScriptedIndexDb final : public CIndexDBComm {
   std::function<Table(const std::string& key1, const std::string& key2, unsigned shot,
                       unsigned subShot)>
       channelSettings;
+  std::function<Table(unsigned shot, unsigned subShot)> shotRecord;
 
   int open() override;
   void Close() override;
@@ -101,6 +102,7 @@ class ScriptedIndexDb final : public CIndexDBComm {
   int get_DTS_CAMACID(const char* name) override;
   CRDBres* get_dmod_diag_shot(const char* key1, const char* key2, unsigned int shot,
                               unsigned int subshot) override;
+  CRDBres* get_shot_record(unsigned int shot, unsigned int subShot) override;
 
   bool configured = false;  // setup() has been called: getInstance() answers
 };

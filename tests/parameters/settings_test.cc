@@ -87,5 +87,25 @@ TEST_F(SettingsTest, FailuresReleaseEverythingAndCloseOnRequest) {
   EXPECT_EQ(cleanup_DTSsettingsArray(records, 2) + cleanup_DTSsettingsArray(nullptr, 5), 0);
 }
 
+// The shot log's row is read strictly: a shot number or "" and t or f, else
+// no log; a role that is no site (no row) keeps none.
+TEST_F(CompanionTest, ShotRecordReadsTheLogRowStrictly) {
+  struct Case { Table row; int status; int64_t newest; int recorded; };
+  for (const Case& c : std::vector<Case>{
+           {{0, {{"4294967295", "t"}}}, 0, 4294967295, 1}, {{0, {{"", "f"}}}, 0, -1, 0},
+           {{-2, {}}, 0, -1, 0}, {{-1, {}}, -150, 7, 7}, {{0, {{"12x", "t"}}}, -150, 7, 7},
+           {{0, {{"4294967296", "f"}}}, -150, 7, 7}, {{0, {{"-1", "f"}}}, -150, 7, 7},
+           {{0, {{"1", "true"}}}, -150, 7, 7}, {{0, {{"1", "t"}, {"2", "t"}}}, -150, 7, 7}}) {
+    IndexDb().shotRecord = [&c](auto&&...) { return c.row; };
+    int64_t newest = 7;
+    int recorded = 7;
+    EXPECT_EQ(tovakGetShotRecord("idx", 5, 4294967295u, &newest, &recorded), c.status);
+    EXPECT_EQ(std::pair(newest, recorded), std::pair(c.newest, c.recorded)) << c.row.rows.size();
+  }
+  const CallLog& log = IndexDb().log;
+  EXPECT_EQ(CallLog(log.end() - 4, log.end()),
+            (CallLog{"open", "get_shot_record(5,4294967295)", "delete", "Close"}));
+}
+
 }  // namespace
 }  // namespace tovak::testing

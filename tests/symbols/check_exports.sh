@@ -8,7 +8,7 @@ defined=$(nm -D --defined-only "$lib" | awk '{print $3}')
 demangled=$(nm -D --defined-only -C "$lib" | cut -d' ' -f3-)
 status=0
 
-plain=(IndexNoClosing bufferStringCopy set_tovak_t_verbose tovakLastFailure
+plain=(IndexNoClosing bufferStringCopy set_tovak_t_verbose tovakLastFailure tovakGetShotRecord
        tovakGetDTSinfox tovakGetDTSdatax2_ex
        tovakGetDTSParameters tovakGetDTSParameters_s tovakGetDTSParameters2
        tovakGetDTSParameters2_s tovakGetDTSParametersCount tovakGetDTSchSettings

@@ -200,6 +200,11 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
       {{"link", "NoSuchDiag", "120100", "1", "1", "1"}, 1, "err",
        "asked for diagnostic 'NoSuchDiag' shot 120100/1 channel 1,1 (see: tovak explain -103)"},
       {{"explain", "x"}, 2, "err", "STATUS: not an integer"},
+      // Shots the shot log does not hold: answered, with a warning.
+      {{"link", "Magnetics", "999999999", "1", "1", "3"}, 0, "err",
+       "warning: shot 999999999 is newer than the newest shot recorded (120100)"},
+      {{"count", "fdts01", "DMODSS0", "120100", "7"}, 0, "err",
+       "warning: shot 120100 sub-shot 7 was never recorded"},
       // The setup database follows --server; a remote one is not asked, and the tool says so.
       {{"--server", "/tsu", "modules", "Magnetics", "120100", "1"}, 0, "out", "tsu-we1"},
       {{"--server", "grpc://[::1]:1/x", "settings", "Bolometer", "120100", "1"}, 0, "err",
@@ -214,6 +219,7 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
   }
   EXPECT_EQ(WEXITSTATUS(std::system((std::string(TOVAK_SERVER) + " --help >/dev/null").c_str())),
             0);
+  EXPECT_EQ(Run({"link", "Magnetics", "120100", "2", "1", "3"}).err, "");  // a recorded shot
   // Hostile words for every command: one of the three codes, a reason, no
   // sanitizer report.
   for (const char* command : {"link", "clk", "cycle", "first-sample", "adjust", "timebase",

@@ -24,6 +24,7 @@ const char* StatusText(int status) {
     case TOVAK_E_INDEX_OPEN: return "index database connection could not be opened";
     case TOVAK_E_UNKNOWN_DIAG: return "site or diagnostic unknown";
     case TOVAK_E_SETUP_OPEN: return "setup database connection could not be opened";
+    case TOVAK_E_NO_SHOT_LOG: return "the shot log of the index database could not be read";
     case TOVAK_E_NO_REMOTE: return "remote protocol and no remote server could be reached";
     case TOVAK_E_REMOTE_REPLY_RANGE:
       return "reply of the remote data server out of range: more than direct access gives";

@@ -1,6 +1,7 @@
 #include "args.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 
 namespace tovak::cli {
@@ -71,6 +72,14 @@ int64_t ParseInteger(const std::string& text, const char* what, int64_t min, int
                      std::to_string(max) + "]: '" + text + "'");
   }
   return value;
+}
+
+unsigned int ShotArg(const Args& args, size_t i) {
+  return static_cast<unsigned>(ParseInteger(args.Positional(i, "SHOT"), "SHOT", 0, UINT_MAX));
+}
+unsigned short SubShotArg(const Args& args, size_t i) {
+  return static_cast<unsigned short>(
+      ParseInteger(args.Positional(i, "SUBSHOT"), "SUBSHOT", 0, USHRT_MAX));
 }
 
 }  // namespace tovak::cli

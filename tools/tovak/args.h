@@ -50,6 +50,11 @@ class Args {
 // A decimal integer within [min, max]; what names it in the message.
 int64_t ParseInteger(const std::string& text, const char* what, int64_t min, int64_t max);
 
+// Positional i as SHOT, in [0, 4294967295].
+unsigned int ShotArg(const Args& args, size_t i);
+// Positional i as SUBSHOT, in [0, 65535] (the parameter and settings lookups).
+unsigned short SubShotArg(const Args& args, size_t i);
+
 }  // namespace tovak::cli
 
 #endif  // TOVAK_TOOLS_ARGS_H_

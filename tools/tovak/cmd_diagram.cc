@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -23,8 +22,8 @@ std::string OutputFile(const Args& args) {
 
 void RunDiagram(const Args& args, const std::string& server, Report&) {
   const std::string diag = args.Positional(0, "DIAG");
-  ParseInteger(args.Positional(1, "SHOT"), "SHOT", 0, UINT_MAX);
-  ParseInteger(args.Positional(2, "SUBSHOT"), "SUBSHOT", 0, USHRT_MAX);
+  ShotArg(args, 1);
+  SubShotArg(args, 2);
   std::vector<std::string> words = {TOVAK_PYTHON_EXECUTABLE, "-m", "tovak.diagram", diag,
                                     args.Positional(1, "SHOT"), args.Positional(2, "SUBSHOT"),
                                     "-o", OutputFile(args)};

@@ -52,13 +52,15 @@ void AddLinkCommands(std::vector<Command>& commands) {
                       "  The timing unit, clock source and sampling set-up linked to the channel,\n"
                       "  with the options decoded into numbers and the clock unit's identifier.\n",
                       {},
-                      &RunLink});
+                      &RunLink,
+                      1});
   commands.push_back({"clk", "DTS link of a digitizer channel, as raw texts",
                       "clk DIAG SHOT SUBSHOT CHKEY1 CHKEY2\n"
                       "  The channel's link fields and options as stored, including the kind and\n"
                       "  name of the timing unit that supplies the clock.\n",
                       {},
-                      &RunClk});
+                      &RunClk,
+                      1});
 }
 
 }  // namespace tovak::cli

@@ -24,14 +24,6 @@ const char* TagName(int tag) {
   }
 }
 
-unsigned int ShotArg(const Args& args, size_t i) {
-  return static_cast<unsigned>(ParseInteger(args.Positional(i, "SHOT"), "SHOT", 0, UINT_MAX));
-}
-unsigned short SubShotArg(const Args& args, size_t i) {
-  return static_cast<unsigned short>(
-      ParseInteger(args.Positional(i, "SUBSHOT"), "SUBSHOT", 0, USHRT_MAX));
-}
-
 void RunParams(const Args& args, const std::string& server, Report& report) {
   const std::string& dts = args.Positional(0, "DTS");
   const std::string& module = args.Positional(1, "MODULE");
@@ -74,13 +66,15 @@ void AddParameterCommands(std::vector<Command>& commands) {
                       "  The channel's settings as an ordered list of named values. MODULE may be\n"
                       "  NONAME when unknown; channels count from 1.\n",
                       {},
-                      &RunParams});
+                      &RunParams,
+                      2});
   commands.push_back({"count", "parameters needed over a range of channels",
                       "count DTS MODULE SHOT SUBSHOT [--first N] [--last N]\n"
                       "  The largest parameter count over channels first..last (last 0: up to the\n"
                       "  module's last channel), with the module name used.\n",
                       {{"first", "last"}, {}},
-                      &RunCount});
+                      &RunCount,
+                      2});
 }
 
 }  // namespace tovak::cli

@@ -1,5 +1,4 @@
 // modules, channels, settings: what a diagnostic's digitizers used in a shot.
-#include <climits>
 #include <cstdio>
 #include <cstdint>
 #include <string>
@@ -10,14 +9,6 @@
 
 namespace tovak::cli {
 namespace {
-
-unsigned int ShotArg(const Args& args, size_t i) {
-  return static_cast<unsigned>(ParseInteger(args.Positional(i, "SHOT"), "SHOT", 0, UINT_MAX));
-}
-unsigned short SubShotArg(const Args& args, size_t i) {
-  return static_cast<unsigned short>(
-      ParseInteger(args.Positional(i, "SUBSHOT"), "SUBSHOT", 0, USHRT_MAX));
-}
 
 // Arrays the library allocates with new[]; released here whatever happens.
 template <class T>
@@ -38,14 +29,10 @@ std::vector<Value> ChannelRow(const DTSchSettings& c) {
           int64_t{c.column4}, int64_t{c.column5}, int64_t{c.column6}, int64_t{c.column7}};
 }
 
-bool IsRemote(const std::string& server) {
-  return cCheckV2scheme(server.c_str(), nullptr) != server.c_str();
-}
-
 // The settings lookups always read the databases: a remote --server is not
 // asked; the databases the configuration names answer, and the tool says so.
 std::string IndexServer(const std::string& server, const char* command) {
-  if (!IsRemote(server)) return server;
+  if (!NamesRemoteServer(server)) return server;
   std::fprintf(stderr,
                "tovak %s: note: answered from the databases the configuration names "
                "(INDEXSERVERNAME, SETUPSERVERNAME), not by %s: these lookups have no remote form\n",
@@ -57,7 +44,7 @@ std::string IndexServer(const std::string& server, const char* command) {
 // picks the site; else SETUPSERVERNAME.
 std::string SetupServer(const Args& args, const std::string& server) {
   if (std::optional<std::string> setup = args.Value("setup-server")) return *setup;
-  return IsRemote(server) ? "" : server;
+  return NamesRemoteServer(server) ? "" : server;
 }
 
 std::string AskedDiag(const Args& args) {
@@ -125,14 +112,16 @@ void AddSettingsCommands(std::vector<Command>& commands) {
                       "  Asks the setup database (NAME: host[/site][:port[:database]]; default\n"
                       "  --server when it names databases, else SETUPSERVERNAME).\n",
                       {{"setup-server"}, {}},
-                      &RunModules});
+                      &RunModules,
+                      1});
   commands.push_back({"channels", "channel settings of a digitizer module",
-                      "channels KEY1 KEY2 SHOT SUBSHOT\n", {}, &RunChannels});
+                      "channels KEY1 KEY2 SHOT SUBSHOT\n", {}, &RunChannels, 2});
   commands.push_back({"settings", "modules of a diagnostic with their channel settings",
                       "settings DIAG SHOT SUBSHOT [--setup-server NAME]\n"
                       "  The setup database as for modules, the channels from --server.\n",
                       {{"setup-server"}, {}},
-                      &RunSettings});
+                      &RunSettings,
+                      1});
 }
 
 }  // namespace tovak::cli

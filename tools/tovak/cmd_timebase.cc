@@ -108,7 +108,8 @@ void AddTimeBaseCommand(std::vector<Command>& commands) {
        "  --axis     write the time of every sample: .csv as text (sample,time_s), .bin as raw\n"
        "             little-endian doubles (floats with --single), no header\n",
        {{"samples", "last", "axis"}, {"single"}},
-       &RunTimeBase});
+       &RunTimeBase,
+       1});
 }
 
 }  // namespace tovak::cli

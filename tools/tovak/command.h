@@ -32,6 +32,8 @@ struct Command {
   OptionSpec options;   // beyond the global ones
   // Fills report; throws UsageError, LookupFailure or RunError.
   void (*run)(const Args& args, const std::string& server, Report& report);
+  // The positional SHOT (SUBSHOT follows) the answer is for; -1: none.
+  int shotAt = -1;
 };
 
 const std::vector<Command>& Commands();
@@ -39,8 +41,16 @@ const std::vector<Command>& Commands();
 // Options every command takes.
 OptionSpec GlobalOptions();
 
+// Whether a server name is a remote server's address (grpc://... and the like).
+bool NamesRemoteServer(const std::string& server);
+
 // Throws LookupFailure for a non-zero status; asked names what was looked up.
 void Check(const char* function, int status, const std::string& asked = "");
+
+// After an answer read from the databases: a warning on standard error when
+// its shot is not in the shot log (newer than the newest recorded, or never
+// recorded). Nothing when the site keeps no log or a remote server answered.
+void WarnOfUnrecordedShot(const Command& command, const Args& args, const std::string& server);
 
 // Command groups, defined beside their commands.
 void AddLinkCommands(std::vector<Command>& commands);

@@ -9,7 +9,7 @@ namespace tovak::cli {
 ChannelKey ReadChannelKey(const Args& args) {
   ChannelKey key;
   key.diag = args.Positional(0, "DIAG");
-  key.shot = static_cast<unsigned>(ParseInteger(args.Positional(1, "SHOT"), "SHOT", 0, UINT_MAX));
+  key.shot = ShotArg(args, 1);
   key.subShot = static_cast<short>(
       ParseInteger(args.Positional(2, "SUBSHOT"), "SUBSHOT", SHRT_MIN, SHRT_MAX));
   key.chKey1 = static_cast<short>(

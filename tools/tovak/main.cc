@@ -55,8 +55,7 @@ size_t CommandIndex(const std::vector<std::string>& argv) {
 // scheme, and is refused rather than taken as a database server name.
 std::string ServerName(const Args& args) {
   std::string name = args.Text("server", "");
-  const bool schemed = name.find("://") != std::string::npos;
-  if (schemed && cCheckV2scheme(name.c_str(), nullptr) == name.c_str()) {
+  if (name.find("://") != std::string::npos && !NamesRemoteServer(name)) {
     throw UsageError("--server " + name + ": unknown scheme (grpc://, grpcs://, http://, " +
                      "https:// name a remote server)");
   }
@@ -132,12 +131,16 @@ int Run(std::vector<std::string> argv) {
     }
     set_tovak_t_verbose(args.Flag("verbose"));
     Report report;
-    command->run(args, ServerName(args), report);
+    const std::string server = ServerName(args);
+    // One database connection for the lookups and the shot-log note.
+    if (!NamesRemoteServer(server)) IndexNoClosing(1);
+    command->run(args, server, report);
     if (args.Flag("json")) {
       report.PrintJson(stdout);
     } else {
       report.PrintText(stdout);
     }
+    WarnOfUnrecordedShot(*command, args, server);
     return 0;
   } catch (const UsageError& e) {
     std::fprintf(stderr, "tovak %s: %s\nusage: tovak %s\n", command->name, e.what(),
@@ -162,6 +165,10 @@ int Run(std::vector<std::string> argv) {
 }
 
 }  // namespace
+
+bool NamesRemoteServer(const std::string& server) {
+  return cCheckV2scheme(server.c_str(), nullptr) != server.c_str();
+}
 
 OptionSpec GlobalOptions() { return {{"server"}, {"json", "verbose", "help"}}; }
 

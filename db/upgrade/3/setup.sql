@@ -1,0 +1,1 @@
+-- Schema version 3, setup database (after common.sql): nothing else changes.
