@@ -29,15 +29,20 @@ std::vector<Value> ChannelRow(const DTSchSettings& c) {
           int64_t{c.column4}, int64_t{c.column5}, int64_t{c.column6}, int64_t{c.column7}};
 }
 
-// The settings lookups always read the databases: a remote --server is not
-// asked; the databases the configuration names answer, and the tool says so.
+// The settings lookups always read the databases, and the tool says so when
+// a remote server is named (the databases the configuration names answer) or
+// configured (KOVD_GRPC; --server may still name the databases).
 std::string IndexServer(const std::string& server, const char* command) {
-  if (!NamesRemoteServer(server)) return server;
+  const bool named = NamesRemoteServer(server);
+  if (!named && isTovakProtocolV2(server.c_str()) == 0) return server;
   std::fprintf(stderr,
-               "tovak %s: note: answered from the databases the configuration names "
-               "(INDEXSERVERNAME, SETUPSERVERNAME), not by %s: these lookups have no remote form\n",
-               command, server.c_str());
-  return "";
+               "tovak %s: note: answered from the databases %s, not by %s: these lookups have no "
+               "remote form\n",
+               command,
+               named ? "the configuration names (INDEXSERVERNAME, SETUPSERVERNAME)"
+                     : "(--server, INDEXSERVERNAME, SETUPSERVERNAME)",
+               named ? server.c_str() : "the remote server KOVD_GRPC names");
+  return named ? "" : server;
 }
 
 // --setup-server; else --server when it names databases, so that one option
