@@ -8,7 +8,12 @@
 # fenced block after it must be tagged text and hold exactly its standard
 # output. A program must build without warnings and exit with status 0.
 # With TOVAK_PYTHON (an interpreter) set, blocks tagged python are examples
-# too, run by it.
+# too, run by it. With TOVAK_DOC_SHELL (bash) set, so are blocks tagged sh,
+# run by it as scripts with -eo pipefail in the project's root, the directory
+# of TOVAK_CLI (the tovak tool) first in PATH and TMPDIR a directory the
+# PostgreSQL server's user can reach; for them the output block is optional:
+# without one, an example need only succeed. Clusters of scripts/dbctl left
+# by an example are stopped on exit.
 set -euo pipefail
 library=$1
 include=$2
@@ -17,8 +22,19 @@ cxx=$4
 read -r -a flags <<<"$5"
 shift 5
 
+root=$(cd "$(dirname "$0")/../.." && pwd)
 work=$(mktemp -d /tmp/tovak-docs.XXXXXX)
-trap 'rm -rf "$work"' EXIT
+chmod 711 "$work"
+mkdir -m 711 "$work/tmp"
+
+# Stops the clusters examples left running, then removes their files.
+clean_up() {
+  find "$work" -name .tovak-dbctl -printf '%h\n' | while IFS= read -r cluster; do
+    "$root/scripts/dbctl" stop "$cluster" || true
+  done
+  rm -rf "$work"
+}
+trap clean_up EXIT
 
 # The examples use the databases directly: no remote server from the
 # caller's environment or configuration file.
@@ -45,30 +61,47 @@ build_example() {
   fi
 }
 
-# Builds and runs one example; its source and expected output are files.
+# Builds and runs one example; its source and expected output (none: any
+# output) are files.
 check_example() {
   local where=$1 lang=$2 source=$3 expected=$4
   local run=("${source%.*}")
-  if [ "$lang" = python ]; then
-    run=("$TOVAK_PYTHON" "$source")
-  else
-    build_example "$where" "$lang" "$source" || return 1
-  fi
+  case $lang in
+    python) run=("$TOVAK_PYTHON" "$source") ;;
+    sh)
+      run=(env -C "$root" PATH="$(dirname "$TOVAK_CLI"):$PATH" TMPDIR="$work/tmp"
+           "$TOVAK_DOC_SHELL" -eo pipefail "$source")
+      ;;
+    *) build_example "$where" "$lang" "$source" || return 1 ;;
+  esac
   local status=0
-  "${run[@]}" >"$source.out" 2>"$source.err" || status=$?
+  "${run[@]}" </dev/null >"$source.out" 2>"$source.err" || status=$?
   if [ "$status" -ne 0 ]; then
     echo "$where: exit status $status"
     cat "$source.out" "$source.err"
     return 1
   fi
-  if ! diff -u --label expected --label printed "$expected" "$source.out"; then
+  if [ -n "$expected" ] && ! diff -u --label expected --label printed "$expected" "$source.out"; then
     echo "$where: output differs"
     return 1
   fi
   echo "$where: ok"
 }
 
-# Reads one document: every c/cpp block and the text block after it.
+# Runs the pending example of check_document whose next block is not its
+# output: a shell example need only succeed, any other is an error.
+check_unanswered() {
+  [ -n "$pending" ] || return 0
+  if [ "$pending_lang" = sh ]; then
+    check_example "$doc:$pending_start" sh "$pending" "" || failures=$((failures + 1))
+  else
+    echo "$doc:$pending_start: example without an output block"
+    failures=$((failures + 1))
+  fi
+  pending=""
+}
+
+# Reads one document: every example block and the text block after it.
 check_document() {
   local doc=$1
   local line number=0 fence="" lang="" start=0 pending="" pending_lang="" pending_start=0
@@ -87,16 +120,14 @@ check_document() {
     if [[ $line =~ ^\`\`\`[[:space:]]*$ ]]; then
       fence=""
       case $lang in
-        c | cpp | python)
-          if [ "$lang" = python ] && [ -z "${TOVAK_PYTHON:-}" ]; then
+        c | cpp | python | sh)
+          if { [ "$lang" = python ] && [ -z "${TOVAK_PYTHON:-}" ]; } ||
+              { [ "$lang" = sh ] && [ -z "${TOVAK_DOC_SHELL:-}" ]; }; then
             continue
           fi
-          if [ -n "$pending" ]; then
-            echo "$doc:$pending_start: example without an output block"
-            failures=$((failures + 1))
-          fi
+          check_unanswered
           examples=$((examples + 1))
-          pending=$work/example$examples.$(case $lang in c) echo c ;; python) echo py ;; *) echo cc ;; esac)
+          pending=$work/example$examples.$(case $lang in c | sh) echo "$lang" ;; python) echo py ;; *) echo cc ;; esac)
           printf '%s' "$body" >"$pending"
           pending_lang=$lang
           pending_start=$start
@@ -109,13 +140,7 @@ check_document() {
             pending=""
           fi
           ;;
-        *)
-          if [ -n "$pending" ]; then
-            echo "$doc:$pending_start: example without an output block"
-            failures=$((failures + 1))
-            pending=""
-          fi
-          ;;
+        *) check_unanswered ;;
       esac
       continue
     fi
@@ -125,10 +150,7 @@ check_document() {
     echo "$doc:$start: block never closed"
     failures=$((failures + 1))
   fi
-  if [ -n "$pending" ]; then
-    echo "$doc:$pending_start: example without an output block"
-    failures=$((failures + 1))
-  fi
+  check_unanswered
 }
 
 for doc in "$@"; do
