@@ -220,8 +220,9 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
   EXPECT_EQ(WEXITSTATUS(std::system((std::string(TOVAK_SERVER) + " --help >/dev/null").c_str())),
             0);
   EXPECT_EQ(Run({"link", "Magnetics", "120100", "2", "1", "3"}).err, "");  // a recorded shot
-  const Outcome configured =
-      Run({"modules", "Magnetics", "120100", "1"}, "KOVD_GRPC=grpc://[::1]:1/x " TOVAK_CLI);
+  setenv("KOVD_GRPC", "grpc://[::1]:1/x", 1);
+  const Outcome configured = Run({"modules", "Magnetics", "120100", "1"});
+  unsetenv("KOVD_GRPC");
   EXPECT_EQ(configured.exitCode, 0);
   EXPECT_NE(configured.err.find("not by the remote server KOVD_GRPC names"), std::string::npos);
   // Hostile words for every command: one of the three codes, a reason, no
