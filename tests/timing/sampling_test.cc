@@ -57,7 +57,7 @@ std::vector<std::string> Row(int delay, int f1, int f2, int rate, int d2 = 0, in
 }
 
 // The index database: eight outputs at 10 MHz (output n starts 10 n ticks
-// after time zero, 10 n + 7 on "DMODSS" modules, with a 10 n ns period), or
+// after time zero, 10 n + 7 on "DMODSS" modules, with a 10 n ns period) of unit 0, or
 // a fault. kOdd: a 6 Hz tick (166666666666.67 ps, truncated) and a tick sum
 // that wraps in 32 bits.
 enum Db { kGood, kFiveRows, kNoRate, kNotFound, kNoHost, kNoOpen, kOdd };
@@ -69,7 +69,7 @@ void ScriptModule(Db db) {
   if (db == kNoRate) table.rows[1][5] = table.rows[2][5] = "0";
   if (db == kNotFound) table = Table{-2, {}};
   if (db == kOdd) table.rows = {Row(721, 65536, 65536, 6), Row(INT_MAX, 1, 1, 1000000, 1)};
-  IndexDb().hostId = [db](const std::string&) { return db == kNoHost ? -3 : 41; };
+  IndexDb().hostId = [db](const std::string&) { return db == kNoHost ? -3 : 0; };
   IndexDb().dtsParameters = [table](unsigned, unsigned, int, const std::string&) { return table; };
   IndexDb().openResult = db == kNoOpen ? 1 : 0;
 }
@@ -125,7 +125,7 @@ TEST_F(SamplingTest, ExternalClockAndTriggerFromTheModuleRows) {
     messages += c.message;
   }
   EXPECT_EQ(std::vector(IndexDb().log.begin(), IndexDb().log.begin() + 5),
-            (std::vector<std::string>{"open", "get_DTS_HostID(dts1)", "get_DTS_parameters(1234,2,41,dmodss)",
+            (std::vector<std::string>{"open", "get_DTS_HostID(dts1)", "get_DTS_parameters(1234,2,0,dmodss)",
                                       "delete", "Close"}));
   ScriptModule(kGood);  // a trigger from another unit or module is not read
   for (Cycle other : {Cycle{.trgType = "VME-DTS"}, Cycle{.trgHost = "dts2"}, Cycle{.trgModule = "DMOD02"}}) {
@@ -150,10 +150,10 @@ TEST_F(SamplingTest, FirstSampleFromTriggerClockStartOrLookup) {
       {kNoOpen, 0, 0, "DMOD01", "T5", 100000, U, K, -63, K, U, ""},
       {kNoOpen, 0, 0, "DMOD01", "TRG3", 100000, U, K, -102, K, U, ""},
       {kNoHost, 0, 0, "DMOD01", "TRG3", 100000, U, K, -56, K, U, "DTS ID not found for dts1\n"},
-      {kNotFound, 0, 0, "DMOD01", "TRG3", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=41][module=DMOD01]\n"},
-      {kGood, 0, 0, "DMOD01", "TRG9", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=41][module=DMOD01]\n"},
+      {kNotFound, 0, 0, "DMOD01", "TRG3", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=0][module=DMOD01]\n"},
+      {kGood, 0, 0, "DMOD01", "TRG9", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=0][module=DMOD01]\n"},
       {kNoRate, 0, 0, "DMOD01", "TRG3", 100000, U, K, -54, K, U,
-       "DTS Info not Found for Baserate [DTSid=41][module=DMOD01]\n"}};
+       "DTS Info not Found for Baserate [DTSid=0][module=DMOD01]\n"}};
   for (const auto& c : cases) {
     ScriptModule(c.db);
     FirstSample call{c.from, c.external ? "External" : "Internal", c.module, c.output, c.period, c.clockStart,
