@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "doubles/companions.h"
-#include "timing/time_base.h"
 #include "tovak/tovak.h"
 
 namespace tovak::testing {
@@ -164,6 +163,7 @@ TEST_F(SamplingTest, FirstSampleFromTriggerClockStartOrLookup) {
   }
 }
 
+// The time base in one call (quiet, double precision, no axis) under V1.
 TEST_F(SamplingTest, TimeBaseChainsCycleAndFirstSample) {
   ScriptModule(kGood);  // 200 ns samples, trigger TRG1 at 1 us, sample 10 on it
   const struct { const char *source, *trg; int64_t count, lastSample; int status; int64_t delay; } cases[] = {
@@ -171,34 +171,52 @@ TEST_F(SamplingTest, TimeBaseChainsCycleAndFirstSample) {
       {"Internal", "TRG1", -5, 0, 0, -1000000}, {"Internal", "TRG1", 3, 1003, 0, 199000000},  // ends at sample 1003
       {"Internal", "TRG", 3, 0, -63, U}, {"internal", "TRG1", 3, 0, -53, U}};
   for (const auto& c : cases) {
-    const TimeBaseRequest request{"db", {"FPGA-DTS", "dts1", "DMOD01", c.trg}, {"FPGA-DTS", "dts1", "DMOD02", "DCK1"},
-                                  c.count, 1234, 2, c.source, "100ns", "2", "10", c.lastSample};
     int interval = 7;
-    int64_t period = U, delay = U;
-    EXPECT_EQ(ComputeTimeBase(request, &interval, &period, &delay), c.status) << c.lastSample;
+    double period = U, delay = U;
+    EXPECT_EQ(tovakGetDTSdatax2_ex("db", "FPGA-DTS", "dts1", "DMOD01", c.trg, "FPGA-DTS", "dts1", "DMOD02", "DCK1",
+                                   &interval, c.count, 1234, 2, c.source, "100ns", "2", "10", c.lastSample, 1, 1,
+                                   nullptr, &period, &delay), c.status) << c.lastSample;
     EXPECT_EQ(std::tie(interval, period, delay),
-              std::make_tuple(c.status == -53 ? 7 : 100, c.status ? U : 200000, c.delay)) << c.lastSample;
+              std::make_tuple(c.status == -53 ? 7 : 100, c.status ? U : 200000 / 1e12, c.status ? U : c.delay / 1e12))
+        << c.lastSample;
   }
 }
 
-TEST(TimeBaseTest, PrintFormatsAndSeconds) {
+// The period and delay in picoseconds, as the remote side answers them, printed and in seconds.
+TEST_F(SamplingTest, PrintFormatsAndSeconds) {
+  setTovakProtocolV2("grpc://srv:1");
+  int64_t period = 0, delay = 0;
+  Client().getDTSdatax2 = [&](auto... a) {
+    std::tie(*std::get<18>(std::tie(a...)), *std::get<19>(std::tie(a...))) = std::tie(period, delay);
+    return 0;
+  };
+  const auto timeBase = [&](short quiet, int wide, int64_t count, const char* preSample, void* axis,
+                            void* cycleOut, void* delayOut) {
+    int interval = 7;
+    CaptureStdout();
+    EXPECT_EQ(tovakGetDTSdatax2_ex("db", "FPGA-DTS", "dts1", "DMOD01", "TRG1", "FPGA-DTS", "dts1", "DMOD02",
+                                   "DCK1", &interval, count, 1234, 2, "Internal", "", "", preSample, 0, quiet, wide,
+                                   axis, cycleOut, delayOut), 0);
+    return GetCapturedStdout();
+  };
   const struct { int64_t period, delay; short quiet; const char* printed; } cases[] = {
       {1000000, 2500000000, 0, "Cycle = [0.00000100] sec\nDelay = [0.00250000] sec\n"},
       {1000, 5, 0, "Cycle = [0.000000001000] sec\nDelay = [0.000000000005] sec\n"},
       {500, -1100000, 0, "Cycle = [0.000000000500000] sec\nDelay = [-0.000001100000000] sec\n"},
       {100000, 0, -1, ""}};
   for (const auto& c : cases) {
-    CaptureStdout();
-    DeliverTimeBase(c.period, c.delay, {.quiet = c.quiet});
-    EXPECT_EQ(GetCapturedStdout(), c.printed);
+    std::tie(period, delay) = std::tie(c.period, c.delay);
+    EXPECT_EQ(timeBase(c.quiet, 1, 0, "0", nullptr, nullptr, nullptr), c.printed);
   }
-  double delay;  // without an axis, delayOut is the time of sample 0
-  DeliverTimeBase(100000, -1100000, {1, 1, 3, "10", nullptr, nullptr, &delay});
-  EXPECT_EQ(delay, -1.1e-6);
+  double seconds;  // without an axis, delayOut is the time of sample 0
+  std::tie(period, delay) = std::pair(100000, -1100000);
+  timeBase(1, 1, 3, "10", nullptr, nullptr, &seconds);
+  EXPECT_EQ(seconds, -1.1e-6);
   // Single precision: the float of the picoseconds divided in float, which at
   // -1099965 ps differs from the double result narrowed.
   float single, singleCycle, singleDelay;
-  DeliverTimeBase(100000, -1199965, {1, 0, 1, "1", &single, &singleCycle, &singleDelay});
+  delay = -1199965;
+  timeBase(1, 0, 1, "1", &single, &singleCycle, &singleDelay);
   EXPECT_EQ(std::tie(single, singleCycle, singleDelay),
             std::make_tuple(-1.09996506e-06f, static_cast<float>(1e-7), -1.09996506e-06f));
   EXPECT_NE(single, static_cast<float>(-1099965 / 1e12));
