@@ -31,14 +31,12 @@ int g_releaseCalls = 0;
 }  // namespace
 
 int ScriptedResult::live = 0;
-int ScriptedResult::created = 0;
 int ScriptedResult::outOfRangeReads = 0;
 
 ScriptedResult::ScriptedResult(Table table, CallLog* log)
     : rows_(std::move(table.rows)), log_(log) {
   status = table.status;
   ++live;
-  ++created;
 }
 
 ScriptedResult::~ScriptedResult() {
@@ -129,7 +127,6 @@ void ResetCompanions() {
   g_setEnvCalls = 0;
   g_releaseCalls = 0;
   ScriptedResult::live = 0;
-  ScriptedResult::created = 0;
   ScriptedResult::outOfRangeReads = 0;
 }
 

@@ -44,7 +44,6 @@ class ScriptedResult final : public CRDBres {
   const char* GetValue(int row, int column) const override;
 
   static int live;             // results handed out and not yet deleted
-  static int created;          // results handed out
   static int outOfRangeReads;  // reads outside the result
 
  private:
@@ -99,7 +98,7 @@ class ScriptedConnection : public Connection {
  public:
   int openResult = 0;  // what open() answers
   bool connected = false;
-  int openCalls = 0, closeCalls = 0, forceCloseCalls = 0;
+  int openCalls = 0, closeCalls = 0;
   std::vector<SetupCall> setups;  // every setup() call
   bool configured = false;        // setup() has been called: getInstance() answers
   CallLog log;
@@ -116,7 +115,6 @@ class ScriptedConnection : public Connection {
     connected = connected && !ClosesOnClose();
   }
   void ForceClose(int force) override {
-    ++forceCloseCalls;
     log.push_back(Call("ForceClose", force));
     connected = false;
   }
