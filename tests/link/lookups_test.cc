@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "access/state.h"
 #include "doubles/companions.h"
 #include "link/link_calls.h"
 
