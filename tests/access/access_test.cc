@@ -212,7 +212,7 @@ TEST(TextTest, TrimSlotCopyAndDmodssNames) {
   bufferStringCopy(out, slots, -1, 1);
   EXPECT_EQ(out[0], 's');
   for (const char* name : {"dmodss12", "DMODSS"}) EXPECT_TRUE(checkFPGA(name)) << name;
-  for (const char* name : {"DMODS", "DMOD0", ""}) EXPECT_FALSE(checkFPGA(name)) << name;
+  for (const char* name : {"DMODS", "DMOD0", "XMODSS", ""}) EXPECT_FALSE(checkFPGA(name)) << name;
 }
 
 }  // namespace

@@ -42,12 +42,6 @@ std::vector<std::string> Fields::From(size_t i) const {
                                   fields_.end());
 }
 
-std::string TrimBlanks(const std::string& text) {
-  const size_t begin = text.find_first_not_of(' ');
-  if (begin == std::string::npos) return "";
-  return text.substr(begin, text.find_last_not_of(' ') - begin + 1);
-}
-
 Buffer::Buffer(size_t size) : bytes_(new char[size]), size_(size) {
   std::fill_n(bytes_.get(), size_, kMarker);
 }

@@ -1,7 +1,8 @@
 // What the fuzz targets share: an input cut into texts, property checks
-// that stop the run (the fuzzer then keeps the input as a finding), and
-// caller buffers of an exact size, so that a write past one is caught by
-// AddressSanitizer.
+// that stop the run (the fuzzer then keeps the input as a finding), caller
+// buffers of an exact size, so that a write past one is caught by
+// AddressSanitizer, and query results scripted from the input for targets
+// that run lookups against the scripted companions.
 #ifndef TOVAK_TESTS_FUZZ_FUZZ_SUPPORT_H_
 #define TOVAK_TESTS_FUZZ_FUZZ_SUPPORT_H_
 
@@ -10,6 +11,9 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "doubles/companions.h"
+#include "tovak/param_set.h"
 
 // The entry point every target defines.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
@@ -40,9 +44,6 @@ class Fields {
 
 std::vector<std::string> Split(const std::string& text, char separator);
 
-// Leading and trailing blanks (the space character only) removed.
-std::string TrimBlanks(const std::string& text);
-
 // A caller's text buffer of exactly size bytes, filled with a marker byte
 // so that a text left untouched can be told from one written.
 class Buffer {
@@ -60,6 +61,48 @@ class Buffer {
   std::unique_ptr<char[]> bytes_;
   size_t size_;
 };
+
+// An entry of a parameter list.
+struct Entry {
+  std::string name, value;
+  int tag;
+  bool operator==(const Entry&) const = default;
+};
+
+// Every entry of a list, copied out through buffers of room bytes (more
+// than any name or value); an entry past the list is refused.
+inline std::vector<Entry> Entries(const CParamSet& set, size_t room) {
+  std::vector<Entry> entries;
+  Buffer name(room), value(room);
+  for (int i = 0; i < set.GetParamCount(); ++i) {
+    int tag = 0;
+    FUZZ_CHECK(set.GetParam(i, name.data(), static_cast<int>(room), value.data(),
+                            static_cast<int>(room), &tag) == 0);
+    entries.push_back({name.str(), value.str(), tag});
+  }
+  FUZZ_CHECK(set.GetParam(set.GetParamCount(), name.data(), 1, value.data(), 1, nullptr) == -1);
+  return entries;
+}
+
+// Every query result deleted, no cell read outside one, and no call that
+// the target did not script (the companions report those as failures).
+inline void CheckCompanions() {
+  FUZZ_CHECK(testing::ScriptedResult::live == 0);
+  FUZZ_CHECK(testing::ScriptedResult::outOfRangeReads == 0);
+  FUZZ_CHECK(!::testing::Test::HasFailure());
+}
+
+// Rows written one a line, cells separated by '|', each row padded with
+// empty cells to at least columns cells.
+inline testing::Table TableOf(int status, const std::vector<std::string>& lines,
+                              size_t columns) {
+  testing::Table table{status, {}};
+  for (const std::string& line : lines) {
+    table.rows.push_back(Split(line, '|'));
+    if (table.rows.back().size() < columns) table.rows.back().resize(columns);
+  }
+  return table;
+}
 
 }  // namespace tovak::fuzz
 

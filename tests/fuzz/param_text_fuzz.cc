@@ -4,7 +4,6 @@
 // same text. Entries copied out into short buffers are cut, never overrun.
 #include <algorithm>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "fuzz_support.h"
@@ -13,27 +12,8 @@
 namespace {
 
 using tovak::fuzz::Buffer;
-
-struct Entry {
-  std::string name, value;
-  int tag;
-  bool operator==(const Entry&) const = default;
-};
-
-// Every entry, copied out through buffers of room bytes (room exceeds
-// every name and value).
-std::vector<Entry> Entries(const CParamSet& set, size_t room) {
-  std::vector<Entry> entries;
-  Buffer name(room), value(room);
-  for (int i = 0; i < set.GetParamCount(); ++i) {
-    int tag = 0;
-    FUZZ_CHECK(set.GetParam(i, name.data(), static_cast<int>(room), value.data(),
-                            static_cast<int>(room), &tag) == 0);
-    entries.push_back({name.str(), value.str(), tag});
-  }
-  FUZZ_CHECK(set.GetParam(set.GetParamCount(), name.data(), 1, value.data(), 1, nullptr) == -1);
-  return entries;
-}
+using tovak::fuzz::Entry;
+using tovak::fuzz::Entries;
 
 // A copy into buffers of nameSize and valueSize bytes holds the start of
 // the entry, NUL-terminated within the buffer.

@@ -1,84 +1,51 @@
-// Server names of the index and setup databases:
-//   index: host[/site][::database]      setup: host[/site][:port[:database]]
-// Whatever the text (given as the argument, or through the environment when
-// the argument is null or empty), the connection is set up with the parts
-// it names (the host without white space), the site in lower case as the user, and the site handed back is
-// cut to fit its 32-byte buffer.
+// Server names of the index and setup databases. Whatever the text, the name
+// given as the argument and the same name read from the environment (argument
+// null or "") set the connection up alike; the host holds no white space, the
+// user no capital; the site handed back is the user cut to its 32-byte
+// buffer; and the parts written back as a name read the same again.
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
-#include "companion_support.h"
+#include "fuzz_support.h"
 #include "tovak/tovak.h"
 
 namespace {
 
-using tovak::fuzz::Buffer;
-using tovak::testing::IndexDb;
-using tovak::testing::ScriptedIndexDb;
-using tovak::testing::SetupDb;
+using Parts = tovak::testing::SetupCall;
 
-constexpr size_t kSiteBuffer = 32;
-constexpr char kPort[] = "5432";
-
-struct Expected {
-  std::string host, port = kPort, database, user = "ubo";
+struct Database {
+  void (*setup)(const char* name, char* site);
+  const char* variable;
+  const std::vector<Parts>& (*calls)();
+  // The parts written back as a name; "" when they cannot be.
+  std::string (*write)(const Parts& parts);
 };
 
-std::string Lower(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
-}
+bool Plain(const std::string& part) { return part.find_first_of(":/") == std::string::npos; }
 
-// host[/site] into host (white space dropped) and user.
-void SplitSite(const std::string& hostAndSite, Expected& expected) {
-  const size_t slash = hostAndSite.find('/');
-  for (const char c : hostAndSite.substr(0, slash)) {
-    if (std::isspace(static_cast<unsigned char>(c)) == 0) expected.host += c;
-  }
-  if (slash != std::string::npos) expected.user = Lower(hostAndSite.substr(slash + 1));
-}
+const std::vector<Parts>& IndexCalls() { return tovak::testing::IndexDb().setups; }
+const std::vector<Parts>& SetupCalls() { return tovak::testing::SetupDb().setups; }
 
-Expected IndexParts(const std::string& name) {
-  Expected expected;
-  expected.database = "index";
-  const size_t cut = name.find("::");
-  if (cut != std::string::npos) expected.database = name.substr(cut + 2);
-  SplitSite(name.substr(0, cut), expected);
-  return expected;
-}
+const Database kIndex{
+    IndexSetup, "INDEXSERVERNAME", IndexCalls, [](const Parts& p) {
+      return Plain(p.host) && Plain(p.user) ? p.host + "/" + p.user + "::" + p.database : "";
+    }};
+const Database kSetup{
+    SetupSetup, "SETUPSERVERNAME", SetupCalls, [](const Parts& p) {
+      return Plain(p.host) && Plain(p.user) && Plain(p.port) && !p.port.empty()
+                 ? p.host + "/" + p.user + ":" + p.port + ":" + p.database
+                 : "";
+    }};
 
-Expected SetupParts(const std::string& name) {
-  Expected expected;
-  expected.database = "setup";
-  const size_t colon = name.find(':');
-  if (colon != std::string::npos) {
-    const std::string rest = name.substr(colon + 1);
-    const size_t next = rest.find(':');
-    if (next != 0) expected.port = rest.substr(0, next);
-    if (next != std::string::npos) expected.database = rest.substr(next + 1);
-  }
-  SplitSite(name.substr(0, colon), expected);
-  return expected;
-}
-
-void CheckSetup(const ScriptedIndexDb::SetupCall& call, const Expected& expected,
-                const Buffer& site) {
-  FUZZ_CHECK(call.host == expected.host && call.port == expected.port &&
-             call.database == expected.database && call.user == expected.user);
-  FUZZ_CHECK(!call.password.empty());
-  FUZZ_CHECK(site.str() == expected.user.substr(0, kSiteBuffer - 1));
-}
-
-// Sets variable to value. setenv keeps every value it was ever given,
-// which over millions of inputs looks like a leak; putenv takes a text the
-// caller owns, so the previous one can be freed once it is replaced.
+// setenv keeps every value it was ever given, which over millions of inputs
+// looks like a leak; putenv takes a text the caller owns and frees later.
 void SetEnvironment(const std::string& variable, const std::string& value) {
-  // Never destroyed: the environment refers to the texts until the end.
-  static auto& held = *new std::map<std::string, std::unique_ptr<char[]>>;
+  static auto& held = *new std::map<std::string, std::unique_ptr<char[]>>;  // never destroyed
   const std::string entry = variable + "=" + value;
   auto text = std::make_unique<char[]>(entry.size() + 1);
   std::memcpy(text.get(), entry.c_str(), entry.size() + 1);
@@ -86,19 +53,28 @@ void SetEnvironment(const std::string& variable, const std::string& value) {
   held[variable] = std::move(text);
 }
 
-// The name as the argument, as "" with the environment, and as null with
-// the environment: the same set-up each time.
-template <class Setup, class Calls>
-void CheckAllWays(Setup setup, const char* variable, const std::string& name, Calls calls,
-                  const Expected& expected) {
-  SetEnvironment(variable, name);
-  for (const char* argument : {name.c_str(), "", static_cast<const char*>(nullptr)}) {
-    Buffer site(kSiteBuffer);
-    setup(argument, site.data());
-    FUZZ_CHECK(!calls().empty());
-    CheckSetup(calls().back(), expected, site);
-  }
-  setup(name.c_str(), nullptr);  // no site wanted
+Parts SetUp(const Database& db, const char* name) {
+  tovak::fuzz::Buffer site(32);
+  db.setup(name, site.data());
+  FUZZ_CHECK(!db.calls().empty());
+  const Parts parts = db.calls().back();
+  FUZZ_CHECK(site.str() == parts.user.substr(0, 31) && !parts.password.empty());
+  return parts;
+}
+
+bool Same(const Parts& a, const Parts& b) {
+  return a.host == b.host && a.port == b.port && a.database == b.database && a.user == b.user;
+}
+
+void Check(const Database& db, const std::string& name) {
+  SetEnvironment(db.variable, name);
+  const Parts given = SetUp(db, name.c_str());
+  FUZZ_CHECK(Same(SetUp(db, ""), given) && Same(SetUp(db, nullptr), given));
+  for (const char c : given.host) FUZZ_CHECK(std::isspace(static_cast<unsigned char>(c)) == 0);
+  for (const char c : given.user) FUZZ_CHECK(std::isupper(static_cast<unsigned char>(c)) == 0);
+  db.setup(name.c_str(), nullptr);  // no site wanted
+  const std::string written = db.write(given);
+  if (!written.empty()) FUZZ_CHECK(Same(SetUp(db, written.c_str()), given));
 }
 
 }  // namespace
@@ -106,10 +82,8 @@ void CheckAllWays(Setup setup, const char* variable, const std::string& name, Ca
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string name = tovak::fuzz::Text(data, size).c_str();
   tovak::testing::ResetCompanions();
-  CheckAllWays(IndexSetup, "INDEXSERVERNAME", name, [] { return IndexDb().setups; },
-               IndexParts(name));
-  CheckAllWays(SetupSetup, "SETUPSERVERNAME", name, [] { return SetupDb().setups; },
-               SetupParts(name));
+  Check(kIndex, name);
+  Check(kSetup, name);
   tovak::fuzz::CheckCompanions();
   return 0;
 }

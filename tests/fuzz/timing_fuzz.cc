@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "access/text.h"
-#include "companion_support.h"
+#include "fuzz_support.h"
 #include "timing/time_axis.h"
 #include "timing/wrapping.h"
 #include "tovak/tovak.h"

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "access/state.h"
 #include "doubles/companions.h"
 #include "link/link_calls.h"
 
@@ -74,7 +73,8 @@ TEST_F(LinkTest, OptionsText) {
       {"PreSample 4 SampInterval 4294967296 PreSample", "4|1|0|-|0|", "4|4294967296|-|-|-|0|"},
       {"PreSample " + w64 + " ClkDTS VME " + w64 + " W", "0|1|0|W|0|",
        w64 + "|-|VME|" + w64 + "|W|0|"},
-      // Cut at 255: a group the cut splits sets nothing.
+      // Cut at 255: a word ending there is read, a group the cut splits sets nothing.
+      {std::string(240, 'x') + " PreSample 1234", "1234|1|0|-|0|", "1234|-|-|-|-|0|"},
       {std::string(240, 'x') + " PreSample 12345", "0|1|0|-|0|", "-|-|-|-|-|0|"},
       {std::string(240, 'x') + " ClkDTS VME m1 " + w64, "0|1|0|-|0|", "-|-|-|-|-|0|"},
       // A ClkDTS without its name leaves the earlier one whole.

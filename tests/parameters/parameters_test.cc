@@ -33,7 +33,7 @@ bool Has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-// V1 in central Europe (summer time from March to October). "DTS1" has host id 5,
+// V1 in central Europe (summer time from March to October). "DTS1" has host id 0,
 // "CAMAC1" CAMAC id 9; module queries answer `table` (nothing for an unresolved
 // "NONAME"), host queries `table` too; host 7 is "dtshost".
 class DtsTest : public CompanionTest {
@@ -44,7 +44,7 @@ class DtsTest : public CompanionTest {
     tzset();
     setTovakProtocolV1();
     ScriptedIndexDb& db = IndexDb();
-    db.hostId = [](const std::string& name) { return name == "DTS1" ? 5 : -1; };
+    db.hostId = [](const std::string& name) { return name == "DTS1" ? 0 : -1; };
     db.camacId = [](const std::string& name) { return name == "CAMAC1" ? 9 : -1; };
     db.dtsTable = [this](int, const std::string& module, auto...) {
       return module == "NONAME" ? Table{-2, {}} : table;

@@ -63,7 +63,9 @@ TEST_F(SettingsTest, CombinedSettingsOwnTheirChannels) {
   EXPECT_EQ(SetupDb().log, (CallLog{"open", "get_dmod_diag_shot(diag,10,1)", "delete"}));
   EXPECT_EQ(IndexDb().closeCalls, 0);
   EXPECT_EQ(cleanup_DTSsettingsArray(all, count), 0);
+  for (int i = 0; i < count; ++i) EXPECT_EQ(all[i].chSettings, nullptr) << i;
   delete[] all;
+  EXPECT_EQ(cleanup_DTSmoduleArray(nullptr, 1) + cleanup_DTSchSettingsArray(nullptr, 1), 0);
 }
 
 TEST_F(SettingsTest, FailuresReleaseEverythingAndCloseOnRequest) {

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "doubles/companions.h"
-#include "timing/time_base.h"
 #include "tovak/tovak.h"
 
 namespace tovak::testing {
@@ -57,7 +56,7 @@ std::vector<std::string> Row(int delay, int f1, int f2, int rate, int d2 = 0, in
 }
 
 // The index database: eight outputs at 10 MHz (output n starts 10 n ticks
-// after time zero, 10 n + 7 on "DMODSS" modules, with a 10 n ns period), or
+// after time zero, 10 n + 7 on "DMODSS" modules, with a 10 n ns period) of unit 0, or
 // a fault. kOdd: a 6 Hz tick (166666666666.67 ps, truncated) and a tick sum
 // that wraps in 32 bits.
 enum Db { kGood, kFiveRows, kNoRate, kNotFound, kNoHost, kNoOpen, kOdd };
@@ -69,7 +68,7 @@ void ScriptModule(Db db) {
   if (db == kNoRate) table.rows[1][5] = table.rows[2][5] = "0";
   if (db == kNotFound) table = Table{-2, {}};
   if (db == kOdd) table.rows = {Row(721, 65536, 65536, 6), Row(INT_MAX, 1, 1, 1000000, 1)};
-  IndexDb().hostId = [db](const std::string&) { return db == kNoHost ? -3 : 41; };
+  IndexDb().hostId = [db](const std::string&) { return db == kNoHost ? -3 : 0; };
   IndexDb().dtsParameters = [table](unsigned, unsigned, int, const std::string&) { return table; };
   IndexDb().openResult = db == kNoOpen ? 1 : 0;
 }
@@ -125,7 +124,7 @@ TEST_F(SamplingTest, ExternalClockAndTriggerFromTheModuleRows) {
     messages += c.message;
   }
   EXPECT_EQ(std::vector(IndexDb().log.begin(), IndexDb().log.begin() + 5),
-            (std::vector<std::string>{"open", "get_DTS_HostID(dts1)", "get_DTS_parameters(1234,2,41,dmodss)",
+            (std::vector<std::string>{"open", "get_DTS_HostID(dts1)", "get_DTS_parameters(1234,2,0,dmodss)",
                                       "delete", "Close"}));
   ScriptModule(kGood);  // a trigger from another unit or module is not read
   for (Cycle other : {Cycle{.trgType = "VME-DTS"}, Cycle{.trgHost = "dts2"}, Cycle{.trgModule = "DMOD02"}}) {
@@ -150,10 +149,10 @@ TEST_F(SamplingTest, FirstSampleFromTriggerClockStartOrLookup) {
       {kNoOpen, 0, 0, "DMOD01", "T5", 100000, U, K, -63, K, U, ""},
       {kNoOpen, 0, 0, "DMOD01", "TRG3", 100000, U, K, -102, K, U, ""},
       {kNoHost, 0, 0, "DMOD01", "TRG3", 100000, U, K, -56, K, U, "DTS ID not found for dts1\n"},
-      {kNotFound, 0, 0, "DMOD01", "TRG3", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=41][module=DMOD01]\n"},
-      {kGood, 0, 0, "DMOD01", "TRG9", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=41][module=DMOD01]\n"},
+      {kNotFound, 0, 0, "DMOD01", "TRG3", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=0][module=DMOD01]\n"},
+      {kGood, 0, 0, "DMOD01", "TRG9", 100000, U, K, -54, K, U, "DTS Info not Found [DTSid=0][module=DMOD01]\n"},
       {kNoRate, 0, 0, "DMOD01", "TRG3", 100000, U, K, -54, K, U,
-       "DTS Info not Found for Baserate [DTSid=41][module=DMOD01]\n"}};
+       "DTS Info not Found for Baserate [DTSid=0][module=DMOD01]\n"}};
   for (const auto& c : cases) {
     ScriptModule(c.db);
     FirstSample call{c.from, c.external ? "External" : "Internal", c.module, c.output, c.period, c.clockStart,
@@ -164,6 +163,7 @@ TEST_F(SamplingTest, FirstSampleFromTriggerClockStartOrLookup) {
   }
 }
 
+// The time base in one call (quiet, double precision, no axis) under V1.
 TEST_F(SamplingTest, TimeBaseChainsCycleAndFirstSample) {
   ScriptModule(kGood);  // 200 ns samples, trigger TRG1 at 1 us, sample 10 on it
   const struct { const char *source, *trg; int64_t count, lastSample; int status; int64_t delay; } cases[] = {
@@ -171,34 +171,52 @@ TEST_F(SamplingTest, TimeBaseChainsCycleAndFirstSample) {
       {"Internal", "TRG1", -5, 0, 0, -1000000}, {"Internal", "TRG1", 3, 1003, 0, 199000000},  // ends at sample 1003
       {"Internal", "TRG", 3, 0, -63, U}, {"internal", "TRG1", 3, 0, -53, U}};
   for (const auto& c : cases) {
-    const TimeBaseRequest request{"db", {"FPGA-DTS", "dts1", "DMOD01", c.trg}, {"FPGA-DTS", "dts1", "DMOD02", "DCK1"},
-                                  c.count, 1234, 2, c.source, "100ns", "2", "10", c.lastSample};
     int interval = 7;
-    int64_t period = U, delay = U;
-    EXPECT_EQ(ComputeTimeBase(request, &interval, &period, &delay), c.status) << c.lastSample;
+    double period = U, delay = U;
+    EXPECT_EQ(tovakGetDTSdatax2_ex("db", "FPGA-DTS", "dts1", "DMOD01", c.trg, "FPGA-DTS", "dts1", "DMOD02", "DCK1",
+                                   &interval, c.count, 1234, 2, c.source, "100ns", "2", "10", c.lastSample, 1, 1,
+                                   nullptr, &period, &delay), c.status) << c.lastSample;
     EXPECT_EQ(std::tie(interval, period, delay),
-              std::make_tuple(c.status == -53 ? 7 : 100, c.status ? U : 200000, c.delay)) << c.lastSample;
+              std::make_tuple(c.status == -53 ? 7 : 100, c.status ? U : 200000 / 1e12, c.status ? U : c.delay / 1e12))
+        << c.lastSample;
   }
 }
 
-TEST(TimeBaseTest, PrintFormatsAndSeconds) {
+// The period and delay in picoseconds, as the remote side answers them, printed and in seconds.
+TEST_F(SamplingTest, PrintFormatsAndSeconds) {
+  setTovakProtocolV2("grpc://srv:1");
+  int64_t period = 0, delay = 0;
+  Client().getDTSdatax2 = [&](auto... a) {
+    std::tie(*std::get<18>(std::tie(a...)), *std::get<19>(std::tie(a...))) = std::tie(period, delay);
+    return 0;
+  };
+  const auto timeBase = [&](short quiet, int wide, int64_t count, const char* preSample, void* axis,
+                            void* cycleOut, void* delayOut) {
+    int interval = 7;
+    CaptureStdout();
+    EXPECT_EQ(tovakGetDTSdatax2_ex("db", "FPGA-DTS", "dts1", "DMOD01", "TRG1", "FPGA-DTS", "dts1", "DMOD02",
+                                   "DCK1", &interval, count, 1234, 2, "Internal", "", "", preSample, 0, quiet, wide,
+                                   axis, cycleOut, delayOut), 0);
+    return GetCapturedStdout();
+  };
   const struct { int64_t period, delay; short quiet; const char* printed; } cases[] = {
       {1000000, 2500000000, 0, "Cycle = [0.00000100] sec\nDelay = [0.00250000] sec\n"},
       {1000, 5, 0, "Cycle = [0.000000001000] sec\nDelay = [0.000000000005] sec\n"},
       {500, -1100000, 0, "Cycle = [0.000000000500000] sec\nDelay = [-0.000001100000000] sec\n"},
       {100000, 0, -1, ""}};
   for (const auto& c : cases) {
-    CaptureStdout();
-    DeliverTimeBase(c.period, c.delay, {.quiet = c.quiet});
-    EXPECT_EQ(GetCapturedStdout(), c.printed);
+    std::tie(period, delay) = std::tie(c.period, c.delay);
+    EXPECT_EQ(timeBase(c.quiet, 1, 0, "0", nullptr, nullptr, nullptr), c.printed);
   }
-  double delay;  // without an axis, delayOut is the time of sample 0
-  DeliverTimeBase(100000, -1100000, {1, 1, 3, "10", nullptr, nullptr, &delay});
-  EXPECT_EQ(delay, -1.1e-6);
+  double seconds;  // without an axis, delayOut is the time of sample 0
+  std::tie(period, delay) = std::pair(100000, -1100000);
+  timeBase(1, 1, 3, "10", nullptr, nullptr, &seconds);
+  EXPECT_EQ(seconds, -1.1e-6);
   // Single precision: the float of the picoseconds divided in float, which at
   // -1099965 ps differs from the double result narrowed.
   float single, singleCycle, singleDelay;
-  DeliverTimeBase(100000, -1199965, {1, 0, 1, "1", &single, &singleCycle, &singleDelay});
+  delay = -1199965;
+  timeBase(1, 0, 1, "1", &single, &singleCycle, &singleDelay);
   EXPECT_EQ(std::tie(single, singleCycle, singleDelay),
             std::make_tuple(-1.09996506e-06f, static_cast<float>(1e-7), -1.09996506e-06f));
   EXPECT_NE(single, static_cast<float>(-1099965 / 1e12));
