@@ -16,7 +16,6 @@
 #define TOVAK_TIMING_DTS_TIME_H_
 
 #include <cstdint>
-#include <string_view>
 
 #include "tovak/rdb.h"
 
@@ -62,14 +61,6 @@ int64_t OutputClockCycle(const DtsRow& row);
 // seconds are subtracted in ticks before scaling. The caller checks the base
 // rate is not 0. dmodss: the module is of the "DMODSS" class (checkFPGA).
 int64_t DtsTime(const DtsRow& row, bool dmodss);
-
-// A text as a view; null reads as the empty text.
-inline std::string_view View(const char* text) {
-  return text == nullptr ? std::string_view() : std::string_view(text);
-}
-
-// A text for a message; null prints as the empty text.
-inline const char* Printable(const char* text) { return text == nullptr ? "" : text; }
 
 }  // namespace tovak
 
