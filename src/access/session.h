@@ -1,21 +1,15 @@
-// How every lookup reaches its data.
-//
 // Direct database access: configure the connection from the server name,
 // take the process-wide connection, open it when it is not open (failure:
 // Close() and a status), run the queries, delete every result before the
 // connection is closed, and Close() on the way out. IndexSession and
 // SetupSession do this; results are held in ResultPtr so that they are
 // deleted on every path.
-//
-// Remote server: WithRemoteClient hands the connected client to the caller's
-// code, or answers TOVAK_E_NO_REMOTE.
 #ifndef TOVAK_ACCESS_SESSION_H_
 #define TOVAK_ACCESS_SESSION_H_
 
 #include <memory>
 
 #include "tovak/rdb.h"
-#include "tovak/remote_client.h"
 #include "tovak/tovak.h"
 
 namespace tovak {
@@ -98,15 +92,6 @@ class SetupSession : public Session<CSetupDBComm> {
       : Session(server, nullptr, mode, &SetupSetup, &CSetupDBComm::getInstance,
                 TOVAK_E_SETUP_OPEN) {}
 };
-
-// Runs fn(client) with the connected remote client and returns its status,
-// or TOVAK_E_NO_REMOTE when no client could be set up.
-template <class Fn>
-int WithRemoteClient(const char* server, Fn&& fn) {
-  CmonoMirvoDataClient* client = tDataClientSetup(server);
-  if (client == nullptr) return TOVAK_E_NO_REMOTE;
-  return fn(*client);
-}
 
 }  // namespace tovak
 

@@ -4,14 +4,14 @@
 #include <cstring>
 #include <string_view>
 
-#include "access/session.h"
+#include "access/dispatch.h"
 #include "access/text.h"
 #include "link/link_row.h"
 #include "link/options_scan.h"
 #include "link/remote_texts.h"
 #include "tovak/tovak.h"
 
-namespace tovak::link {
+namespace tovak {
 namespace {
 
 // Option words are decoded from a working buffer of this many bytes.
@@ -87,44 +87,33 @@ void SetOptionDefaults(int* preSample, int* sampInterval, int* clkHostId) {
   *clkHostId = 0;
 }
 
-int V1tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot, short chKey1,
-                       short chKey2, const char* server, char* dtsKind, char* linkText1,
-                       char* linkText2, short* linkNum3, short* linkNum4, int* clockSetting,
-                       int* linkNum8, char* clockSource, int* preSample, int* sampInterval,
-                       int* clkHostId, char* clkDtsWord3) {
-  SetOptionDefaults(preSample, sampInterval, clkHostId);
-  const LinkKey key{diag, shot, subShot, chKey1, chKey2};
-  return QueryLinkRow(key, server, [&](CIndexDBComm& db, const CRDBres& link) {
-    CopyLinkTexts(link, {dtsKind, linkText1, linkText2, clockSource});
-    *linkNum3 = ParseInt16(link.GetValue(0, 3));
-    *linkNum4 = ParseInt16(link.GetValue(0, 4));
-    ReadClockNumbers(link, clockSetting, linkNum8);
-    DecodingActions actions(db, preSample, sampInterval, clkHostId, clkDtsWord3);
-    return ScanOptions(OptionsText(link), actions);
-  });
-}
-
 }  // namespace
-}  // namespace tovak::link
+}  // namespace tovak
 
 int tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot, short chKey1, short chKey2,
                      const char* server, char* dtsKind, char* linkText1, char* linkText2,
                      short* linkNum3, short* linkNum4, int* clockSetting, int* linkNum8,
                      char* clockSource, int* preSample, int* sampInterval, int* clkHostId,
                      char* clkDtsWord3) {
-  using namespace tovak::link;
-  if (isTovakProtocolV2(server) == 0) {
-    return V1tovakGetDTSinfox(diag, shot, subShot, chKey1, chKey2, server, dtsKind, linkText1,
-                              linkText2, linkNum3, linkNum4, clockSetting, linkNum8, clockSource,
-                              preSample, sampInterval, clkHostId, clkDtsWord3);
-  }
+  using namespace tovak;
   SetOptionDefaults(preSample, sampInterval, clkHostId);
-  return tovak::WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
-    constexpr size_t kText = tovak::kTextLimit;
+  const auto remote = [&](CmonoMirvoDataClient& client) {
     RemoteTexts<5> texts({dtsKind, linkText1, linkText2, clockSource, clkDtsWord3},
-                         {tovak::kKindNameLimit, kText, kText, kText, tovak::kOptionsTextLimit});
+                         {kKindNameLimit, kTextLimit, kTextLimit, kTextLimit, kOptionsTextLimit});
     return texts.Deliver(client.GetDTSinfox(
         diag, shot, subShot, chKey1, chKey2, texts[0], texts[1], texts[2], linkNum3, linkNum4,
         clockSetting, linkNum8, texts[3], preSample, sampInterval, clkHostId, texts[4]));
-  });
+  };
+  const auto direct = [&] {
+    const LinkKey key{diag, shot, subShot, chKey1, chKey2};
+    return QueryLinkRow(key, server, [&](CIndexDBComm& db, const CRDBres& link) {
+      CopyLinkTexts(link, {dtsKind, linkText1, linkText2, clockSource});
+      *linkNum3 = ParseInt16(link.GetValue(0, 3));
+      *linkNum4 = ParseInt16(link.GetValue(0, 4));
+      ReadClockNumbers(link, clockSetting, linkNum8);
+      DecodingActions actions(db, preSample, sampInterval, clkHostId, clkDtsWord3);
+      return ScanOptions(OptionsText(link), actions);
+    });
+  };
+  return Dispatch(server, remote, direct);
 }

@@ -3,6 +3,7 @@
 #ifndef TOVAK_PARAMETERS_DTS_TABLE_H_
 #define TOVAK_PARAMETERS_DTS_TABLE_H_
 
+#include <functional>
 #include <string>
 
 #include "access/output_limits.h"
@@ -63,15 +64,34 @@ struct DtsModule {
   std::string name;
 };
 
-// Finds the host id of dtsName (host-id query, then CAMAC-id query) and the
-// module name: module as given, or for "NONAME" (and null) "DMODSS0" or
-// "DMOD0" after the kind of the host's first DTS table row, "NONAME" when
-// that row cannot be read. Returns 0, TOVAK_E_DTS_UNKNOWN when neither query
-// knows the unit, or tooLongStatus when module does not fit its 63
-// characters (no module of the table can have such a name).
-int ResolveDtsModule(CIndexDBComm& db, const char* dtsName, const char* module,
-                     unsigned int shot, unsigned short subShot, int tooLongStatus,
-                     DtsModule& out);
+// What a parameter lookup addresses.
+struct ModuleKey {
+  const char* dtsName;
+  const char* module;
+  unsigned int shot;
+  unsigned short subShot;
+};
+
+// What a lookup reports when the module is not there: the status, for a
+// module name too long as for a table query that finds nothing, and the
+// verbose message of the latter (null: none).
+struct ModuleMissing {
+  int status;
+  const char* message;
+};
+
+// The direct steps of both parameter lookups: opens the index session,
+// resolves the module into target, queries its DTS table and runs
+// use(db, table). The unit's host id comes from the host-id query, else the
+// CAMAC-id query; the module is key.module, or for "NONAME" (and null)
+// "DMODSS0" or "DMOD0" after the kind of the host's first DTS table row,
+// "NONAME" when that row cannot be read. Returns the open-failure status,
+// TOVAK_E_DTS_UNKNOWN when neither query knows the unit, missing.status
+// (also for a module longer than its 63 characters, which no table row can
+// have), or what use returns.
+using TableUse = std::function<int(CIndexDBComm& db, const CRDBres& table)>;
+int QueryModuleTable(const char* server, const ModuleKey& key, const ModuleMissing& missing,
+                     DtsModule& target, const TableUse& use);
 
 }  // namespace tovak
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "access/session.h"
+#include "access/dispatch.h"
 #include "access/text.h"
 #include "timing/time_axis.h"
 #include "timing/wrapping.h"
@@ -40,16 +40,16 @@ int ComputeTimeBase(const TimeBaseRequest& request, int* sampInterval, int64_t* 
   int64_t clockStart = TOVAK_TIME_UNKNOWN;
   int64_t triggerTime = TOVAK_TIME_UNKNOWN;
   int64_t clockCycle = TOVAK_TIME_UNKNOWN;
-  int status = SamplingCycleV1(request.server, request.clock, request.trigger, sampInterval,
-                               request.shot, request.subShot, request.clockSource,
-                               request.internalClock, request.cycleMultiplier, &sampPeriod,
-                               &clockStart, &triggerTime, &clockCycle);
+  int status = DirectSamplingCycle(request.server, request.clock, request.trigger, sampInterval,
+                                   request.shot, request.subShot, request.clockSource,
+                                   request.internalClock, request.cycleMultiplier, &sampPeriod,
+                                   &clockStart, &triggerTime, &clockCycle);
   if (status != TOVAK_OK) return status;
 
   int64_t firstSample = TOVAK_TIME_UNKNOWN;
-  status = Sampling0TimingV1(request.server, false, request.trigger, request.shot,
-                             request.subShot, request.clockSource, request.preSample,
-                             sampPeriod, clockStart, &triggerTime, &firstSample);
+  status = DirectSampling0Timing(request.server, false, request.trigger, request.shot,
+                                 request.subShot, request.clockSource, request.preSample,
+                                 sampPeriod, clockStart, &triggerTime, &firstSample);
   if (status != TOVAK_OK) return status;
 
   // An axis ending at sample lastSample skips the samples before it.
@@ -101,44 +101,41 @@ int tovakGetDTSdatax2_ex(const char* server, const char* trgDtsType, const char*
                          const char* internalClock, const char* cycleMultiplier,
                          const char* preSample, int64_t lastSample, short quiet,
                          int doublePrecision, void* timeAxis, void* cycleOut, void* delayOut) {
+  using namespace tovak;
   int64_t period = TOVAK_TIME_UNKNOWN;
   int64_t delay = TOVAK_TIME_UNKNOWN;
-  int status;
-  if (isTovakProtocolV2(server)) {
-    status = tovak::WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
-      int interval = *sampInterval;
-      const int remote = client.GetDTSdatax2(
-          trgDtsType, trgDtsHost, trgModule, trgOutput, clkDtsType, clkDtsHost, clkModule,
-          clkOutput, *sampInterval, sampleCount, shot, subShot, clockSource, internalClock,
-          cycleMultiplier, preSample, lastSample, &interval, &period, &delay);
-      if (remote == TOVAK_OK) *sampInterval = interval;
-      return remote;
-    });
-  } else {
-    tovak::TimeBaseRequest request;
-    request.server = server;
-    request.trigger = {trgDtsType, trgDtsHost, trgModule, trgOutput};
-    request.clock = {clkDtsType, clkDtsHost, clkModule, clkOutput};
-    request.sampleCount = sampleCount;
-    request.shot = shot;
-    request.subShot = subShot;
-    request.clockSource = clockSource;
-    request.internalClock = internalClock;
-    request.cycleMultiplier = cycleMultiplier;
-    request.preSample = preSample;
-    request.lastSample = lastSample;
-    status = tovak::ComputeTimeBase(request, sampInterval, &period, &delay);
-  }
+  const auto remote = [&](CmonoMirvoDataClient& client) {
+    int interval = *sampInterval;
+    const int status = client.GetDTSdatax2(
+        trgDtsType, trgDtsHost, trgModule, trgOutput, clkDtsType, clkDtsHost, clkModule, clkOutput,
+        *sampInterval, sampleCount, shot, subShot, clockSource, internalClock, cycleMultiplier,
+        preSample, lastSample, &interval, &period, &delay);
+    if (status == TOVAK_OK) *sampInterval = interval;
+    return status;
+  };
+  const auto direct = [&] {
+    const TimeBaseRequest request{.server = server,
+                                  .trigger = {trgDtsType, trgDtsHost, trgModule, trgOutput},
+                                  .clock = {clkDtsType, clkDtsHost, clkModule, clkOutput},
+                                  .sampleCount = sampleCount,
+                                  .shot = shot,
+                                  .subShot = subShot,
+                                  .clockSource = clockSource,
+                                  .internalClock = internalClock,
+                                  .cycleMultiplier = cycleMultiplier,
+                                  .preSample = preSample,
+                                  .lastSample = lastSample};
+    return ComputeTimeBase(request, sampInterval, &period, &delay);
+  };
+  const int status = Dispatch(server, remote, direct);
   if (status != TOVAK_OK) return status;
-
-  tovak::TimeBaseOutputs outputs;
-  outputs.quiet = quiet;
-  outputs.doublePrecision = doublePrecision;
-  outputs.sampleCount = sampleCount;
-  outputs.preSample = preSample;
-  outputs.timeAxis = timeAxis;
-  outputs.cycleOut = cycleOut;
-  outputs.delayOut = delayOut;
-  tovak::DeliverTimeBase(period, delay, outputs);
+  const TimeBaseOutputs outputs{.quiet = quiet,
+                                .doublePrecision = doublePrecision,
+                                .sampleCount = sampleCount,
+                                .preSample = preSample,
+                                .timeAxis = timeAxis,
+                                .cycleOut = cycleOut,
+                                .delayOut = delayOut};
+  DeliverTimeBase(period, delay, outputs);
   return TOVAK_OK;
 }
