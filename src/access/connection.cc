@@ -1,7 +1,7 @@
 // Close-after-each-call switch and timing-unit identifiers.
 #include <cstring>
 
-#include "access/dispatch.h"
+#include "access/session.h"
 #include "tovak/rdb.h"
 #include "tovak/remote_client.h"
 #include "tovak/tovak.h"

@@ -1,15 +1,23 @@
+// How every lookup reaches its data.
+//
 // Direct database access: configure the connection from the server name,
 // take the process-wide connection, open it when it is not open (failure:
 // Close() and a status), run the queries, delete every result before the
 // connection is closed, and Close() on the way out. IndexSession and
 // SetupSession do this; results are held in ResultPtr so that they are
 // deleted on every path.
+//
+// Front end: Dispatch decides the protocol once (isTovakProtocolV2), then
+// runs the remote call with the connected client or the direct back end.
+// Back ends are named RemoteX and DirectX.
 #ifndef TOVAK_ACCESS_SESSION_H_
 #define TOVAK_ACCESS_SESSION_H_
 
 #include <memory>
 
+#include "access/state.h"
 #include "tovak/rdb.h"
+#include "tovak/remote_client.h"
 #include "tovak/tovak.h"
 
 namespace tovak {
@@ -92,6 +100,27 @@ class SetupSession : public Session<CSetupDBComm> {
       : Session(server, nullptr, mode, &SetupSetup, &CSetupDBComm::getInstance,
                 TOVAK_E_SETUP_OPEN) {}
 };
+
+// True when lookups go to the remote server rather than the databases.
+inline bool UsesRemoteServer(const char* server) {
+  return isTovakProtocolV2(server) == kProtocolV2;
+}
+
+// Runs remote(client) with the connected remote client and returns its
+// status, or TOVAK_E_NO_REMOTE when no client could be set up.
+template <class Remote>
+int WithRemoteClient(const char* server, Remote&& remote) {
+  CmonoMirvoDataClient* client = tDataClientSetup(server);
+  if (client == nullptr) return TOVAK_E_NO_REMOTE;
+  return remote(*client);
+}
+
+// remote(client) on the remote server, or direct() on the databases.
+template <class Remote, class Direct>
+int Dispatch(const char* server, Remote&& remote, Direct&& direct) {
+  if (UsesRemoteServer(server)) return WithRemoteClient(server, remote);
+  return direct();
+}
 
 }  // namespace tovak
 

@@ -3,7 +3,7 @@
 // naming the clock-supplying unit) reaches the caller as written.
 #include <string_view>
 
-#include "access/dispatch.h"
+#include "access/session.h"
 #include "link/link_row.h"
 #include "link/options_scan.h"
 #include "link/remote_texts.h"

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "access/dispatch.h"
+#include "access/session.h"
 #include "access/text.h"
 #include "link/link_row.h"
 #include "link/options_scan.h"

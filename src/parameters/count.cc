@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <string>
 
-#include "access/dispatch.h"
 #include "access/session.h"
 #include "access/state.h"
 #include "access/text.h"
@@ -44,7 +43,6 @@ int LargestCount(const CRDBres& table, int first, int last) {
 int DirectCount(const char* server, const ModuleKey& key, short* count, Range range,
                 char* moduleOut) {
   DtsModule target;
-  const ModuleMissing missing{TOVAK_E_NO_DTS_INFO, "No DTS information.\n"};
   const auto use = [&](CIndexDBComm&, const CRDBres& table) {
     const int rows = RowCount(&table);
     const int first = *range.first;
@@ -57,7 +55,8 @@ int DirectCount(const char* server, const ModuleKey& key, short* count, Range ra
     *range.last = last;
     return TOVAK_OK;
   };
-  const int status = QueryModuleTable(server, key, missing, target, use);
+  const int status =
+      QueryModuleTable(server, key, TOVAK_E_NO_DTS_INFO, "No DTS information.\n", target, use);
   // The name goes out once the module is resolved, also when its table is empty.
   if (target.hostId >= 0) CopyModuleName(moduleOut, target.name);
   return status;

@@ -7,7 +7,6 @@
 #include <memory>
 #include <string>
 
-#include "access/dispatch.h"
 #include "access/session.h"
 #include "access/state.h"
 #include "access/text.h"
@@ -86,7 +85,8 @@ struct ChannelRow {
   long Long(int column) const { return static_cast<long>(ParseInt64(Text(column))); }
 };
 
-void AppendEntries(const ChannelRow& r, CParamSet& params) {
+// The record's description: identity, data format and collection.
+void AppendRecordEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("Shot", r.shot);
   params.AddParam("SubShot", static_cast<int>(r.subShot));
   params.AddParam("ChannelNumber", r.Int(kColChannel));
@@ -108,6 +108,10 @@ void AppendEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("CompressionMethod", "ZLIB");
   params.AddParam("CompLength(byte)", 0);
   params.AddParam("CRC32", 0);
+}
+
+// The channel's settings from its DTS table row.
+void AppendSettingEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("BaseRate", r.Int(kColBaseRate));
   params.AddParam("EventOutMode", FlagWord(r.Text(kColEventOut), "On", "Off"));
   params.AddParam("ExternalTrigger", FlagWord(r.Text(kColExternalTrigger), "Enable", "Disable"));
@@ -142,7 +146,6 @@ void AppendEntries(const ChannelRow& r, CParamSet& params) {
 int DirectDTSParameters(const char* server, const ModuleKey& key, unsigned short channel,
                         CParamSet& params) {
   DtsModule target;
-  const ModuleMissing missing{TOVAK_E_NO_MODULE_ROWS, nullptr};
   const auto use = [&](CIndexDBComm& db, const CRDBres& table) {
     // Channel 0 and channels past the module's last row name no row.
     const int row = channel - 1;
@@ -161,10 +164,11 @@ int DirectDTSParameters(const char* server, const ModuleKey& key, unsigned short
         HostName(db, ParseInt32(Cell(table, row, kColHostNumber))),
         CollectionTime(Cell(table, row, kColCollected)),
     };
-    AppendEntries(channelRow, params);
+    AppendRecordEntries(channelRow, params);
+    AppendSettingEntries(channelRow, params);
     return TOVAK_OK;
   };
-  return QueryModuleTable(server, key, missing, target, use);
+  return QueryModuleTable(server, key, TOVAK_E_NO_MODULE_ROWS, nullptr, target, use);
 }
 
 int RemoteDTSParameters(CmonoMirvoDataClient& client, const ModuleKey& key, unsigned short channel,

@@ -72,17 +72,17 @@ int ResolveDtsModule(CIndexDBComm& db, const ModuleKey& key, int tooLongStatus, 
 
 }  // namespace
 
-int QueryModuleTable(const char* server, const ModuleKey& key, const ModuleMissing& missing,
+int QueryModuleTable(const char* server, const ModuleKey& key, int missing, const char* message,
                      DtsModule& target, const TableUse& use) {
   IndexSession session(server);
   if (session.status() != 0) return session.status();
   CIndexDBComm& db = session.db();
-  const int resolved = ResolveDtsModule(db, key, missing.status, target);
+  const int resolved = ResolveDtsModule(db, key, missing, target);
   if (resolved != 0) return resolved;
   const ResultPtr table(db.get_DTSTBL(target.hostId, target.name.c_str(), key.shot, key.subShot));
   if (NothingFound(table.get())) {
-    if (missing.message != nullptr) VerboseMessage("%s", missing.message);
-    return missing.status;
+    if (message != nullptr) VerboseMessage("%s", message);
+    return missing;
   }
   return use(db, *table);
 }

@@ -72,25 +72,15 @@ struct ModuleKey {
   unsigned short subShot;
 };
 
-// What a lookup reports when the module is not there: the status, for a
-// module name too long as for a table query that finds nothing, and the
-// verbose message of the latter (null: none).
-struct ModuleMissing {
-  int status;
-  const char* message;
-};
-
 // The direct steps of both parameter lookups: opens the index session,
-// resolves the module into target, queries its DTS table and runs
-// use(db, table). The unit's host id comes from the host-id query, else the
-// CAMAC-id query; the module is key.module, or for "NONAME" (and null)
-// "DMODSS0" or "DMOD0" after the kind of the host's first DTS table row,
-// "NONAME" when that row cannot be read. Returns the open-failure status,
-// TOVAK_E_DTS_UNKNOWN when neither query knows the unit, missing.status
-// (also for a module longer than its 63 characters, which no table row can
-// have), or what use returns.
+// resolves the module into target (host id from the host-id query, else the
+// CAMAC-id query; for "NONAME" or null, "DMODSS0" or "DMOD0" after the kind
+// of the host's first table row, "NONAME" when it cannot be read), queries
+// its DTS table and returns use(db, table). Else the open-failure status,
+// TOVAK_E_DTS_UNKNOWN for an unknown unit, or `missing` (with `message` when
+// not null) for a table not found or a module beyond its 63 characters.
 using TableUse = std::function<int(CIndexDBComm& db, const CRDBres& table)>;
-int QueryModuleTable(const char* server, const ModuleKey& key, const ModuleMissing& missing,
+int QueryModuleTable(const char* server, const ModuleKey& key, int missing, const char* message,
                      DtsModule& target, const TableUse& use);
 
 }  // namespace tovak

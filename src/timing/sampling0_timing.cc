@@ -1,11 +1,9 @@
 #include <cstdint>
 
-#include "access/dispatch.h"
 #include "access/session.h"
 #include "access/state.h"
 #include "access/text.h"
 #include "timing/dts_time.h"
-#include "timing/output_rows.h"
 #include "timing/sampling.h"
 #include "timing/wrapping.h"
 #include "tovak/tovak.h"
@@ -15,12 +13,11 @@ namespace {
 
 bool IsExternal(const char* clockSource) { return View(clockSource) == "External"; }
 
-int UnknownTriggerUnit(const DtsOutput& trigger, int) {
-  VerboseMessage("DTS ID not found for %s\n", Printable(trigger.dtsHost));
-  return TOVAK_E_DTS_UNKNOWN;
-}
-
-int NoTriggerRow(const DtsOutput& trigger, int hostId) {
+int TriggerRowsFailed(const DtsOutput& trigger, int hostId) {
+  if (hostId < 0) {
+    VerboseMessage("DTS ID not found for %s\n", Printable(trigger.dtsHost));
+    return TOVAK_E_DTS_UNKNOWN;
+  }
   VerboseMessage("DTS Info not Found [DTSid=%d][module=%s]\n", hostId, Printable(trigger.module));
   return TOVAK_E_NO_DTS_INFO;
 }
@@ -33,7 +30,7 @@ int LookUpTriggerTime(const char* server, const DtsOutput& trigger, unsigned int
   const int32_t number = OutputNumber(trigger.output, 'T');
   if (number <= 0) return TOVAK_E_TRIGGER_OUTPUT;
   const auto use = [&](int hostId, const CRDBres& rows) -> int {
-    if (number > RowCount(&rows)) return NoTriggerRow(trigger, hostId);
+    if (number > RowCount(&rows)) return TriggerRowsFailed(trigger, hostId);
     const DtsRow row = ReadDtsRow(rows, number - 1);
     if (row.baseRate == 0) {
       VerboseMessage("DTS Info not Found for Baserate [DTSid=%d][module=%s]\n", hostId,
@@ -43,7 +40,7 @@ int LookUpTriggerTime(const char* server, const DtsOutput& trigger, unsigned int
     *triggerTime = DtsTime(row, checkFPGA(trigger.module));
     return TOVAK_OK;
   };
-  return QueryOutputRows(server, trigger, shot, subShot, {UnknownTriggerUnit, NoTriggerRow}, use);
+  return QueryOutputRows(server, trigger, shot, subShot, TriggerRowsFailed, use);
 }
 
 // The remote call of both front ends, for the connected client.

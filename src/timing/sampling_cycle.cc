@@ -4,12 +4,10 @@
 #include <string>
 #include <string_view>
 
-#include "access/dispatch.h"
 #include "access/session.h"
 #include "access/state.h"
 #include "access/text.h"
 #include "timing/dts_time.h"
-#include "timing/output_rows.h"
 #include "timing/sampling.h"
 #include "timing/wrapping.h"
 #include "tovak/tovak.h"
@@ -63,40 +61,15 @@ void TriggerOnClockModule(const CRDBres& rows, const DtsOutput& trigger, bool dm
   if (row.baseRate != 0) *triggerTime = DtsTime(row, dmodss);
 }
 
-int UnknownClockUnit(const DtsOutput& clock, int hostId) {
-  VerboseMessage("CLK ID(%d) not found for %s:(%s)\n", hostId, Printable(clock.dtsType),
-                 Printable(clock.dtsHost));
-  return TOVAK_E_CLOCK_ID;
-}
-
-int NoClockRows(const DtsOutput& clock, int) {
+int ClockRowsFailed(const DtsOutput& clock, int hostId) {
+  if (hostId < 0) {
+    VerboseMessage("CLK ID(%d) not found for %s:(%s)\n", hostId, Printable(clock.dtsType),
+                   Printable(clock.dtsHost));
+    return TOVAK_E_CLOCK_ID;
+  }
   VerboseMessage("DTS Info not Found [CLK %s:%s]\n", Printable(clock.dtsHost),
                  Printable(clock.module));
   return TOVAK_E_CLOCK_PARAMS;
-}
-
-// The cycle and start of clock output `number` of its module's rows.
-int ClockFromRows(const CRDBres& rows, const DtsOutput& clock, int32_t number, bool dmodss,
-                  int64_t* clockStart, int64_t* cycle) {
-  if (number > RowCount(&rows)) return TOVAK_E_CLOCK_OUTPUT;
-  if (number == 0) {
-    *cycle = kDefaultClockCycle;
-    return TOVAK_OK;
-  }
-  if (IsClkOut(clock.output)) {
-    *clockStart = kDtsOriginPicoseconds;
-    *cycle = kDefaultClockCycle;
-    return TOVAK_OK;
-  }
-  const DtsRow row = ReadDtsRow(rows, number - 1);
-  if (row.baseRate == 0) {
-    VerboseMessage("DTS Info not Found for Baserate [CLK %s:%s]\n", Printable(clock.dtsHost),
-                   Printable(clock.module));
-    return TOVAK_E_CLOCK_PARAMS;
-  }
-  *cycle = OutputClockCycle(row);
-  *clockStart = DtsTime(row, dmodss);
-  return TOVAK_OK;
 }
 
 // A clock from an output of a DTS module.
@@ -106,14 +79,27 @@ int ExternalClockCycle(const char* server, const DtsOutput& clock, const DtsOutp
   const int32_t number = OutputNumber(clock.output, 'D');
   if (number < 0) return TOVAK_E_CLOCK_OUTPUT;
   const bool dmodss = checkFPGA(clock.module);
-  const auto use = [&](int, const CRDBres& rows) {
-    const int status = ClockFromRows(rows, clock, number, dmodss, clockStart, cycle);
-    if (status == TOVAK_OK && SameModule(trigger, clock)) {
-      TriggerOnClockModule(rows, trigger, dmodss, triggerTime);
+  const auto use = [&](int, const CRDBres& rows) -> int {
+    if (number > RowCount(&rows)) return TOVAK_E_CLOCK_OUTPUT;
+    if (number == 0) {
+      *cycle = kDefaultClockCycle;
+    } else if (IsClkOut(clock.output)) {
+      *clockStart = kDtsOriginPicoseconds;
+      *cycle = kDefaultClockCycle;
+    } else {
+      const DtsRow row = ReadDtsRow(rows, number - 1);
+      if (row.baseRate == 0) {
+        VerboseMessage("DTS Info not Found for Baserate [CLK %s:%s]\n", Printable(clock.dtsHost),
+                       Printable(clock.module));
+        return TOVAK_E_CLOCK_PARAMS;
+      }
+      *cycle = OutputClockCycle(row);
+      *clockStart = DtsTime(row, dmodss);
     }
-    return status;
+    if (SameModule(trigger, clock)) TriggerOnClockModule(rows, trigger, dmodss, triggerTime);
+    return TOVAK_OK;
   };
-  return QueryOutputRows(server, clock, shot, subShot, {UnknownClockUnit, NoClockRows}, use);
+  return QueryOutputRows(server, clock, shot, subShot, ClockRowsFailed, use);
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "access/dispatch.h"
+#include "access/session.h"
 #include "access/text.h"
 #include "timing/time_axis.h"
 #include "timing/wrapping.h"
