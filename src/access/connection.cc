@@ -44,11 +44,10 @@ int IndexNoClosing(int mode) {
 
 int get_dmod_host_id(CIndexDBComm* db, const char* kind, const char* name) {
   if (name == nullptr) return -1;
-  using namespace tovak;
-  for (const KindRow& row : kKinds) {
+  for (const tovak::KindRow& row : tovak::kKinds) {
     if (std::strcmp(kind, row.kind) != 0) continue;
-    return row.query == IdQuery::kHostId ? db->get_DTS_HostID(name)
-                                         : db->get_DTS_CAMACID(name);
+    return row.query == tovak::IdQuery::kHostId ? db->get_DTS_HostID(name)
+                                                : db->get_DTS_CAMACID(name);
   }
   return -1;
 }

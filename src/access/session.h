@@ -5,11 +5,7 @@
 // Close() and a status), run the queries, delete every result before the
 // connection is closed, and Close() on the way out. IndexSession and
 // SetupSession do this; results are held in ResultPtr so that they are
-// deleted on every path.
-//
-// Front end: Dispatch decides the protocol once (isTovakProtocolV2), then
-// runs the remote call with the connected client or the direct back end.
-// Back ends are named RemoteX and DirectX.
+// deleted on every path. Dispatch is the front end of every lookup.
 #ifndef TOVAK_ACCESS_SESSION_H_
 #define TOVAK_ACCESS_SESSION_H_
 
@@ -111,15 +107,13 @@ inline bool UsesRemoteServer(const char* server) {
 template <class Remote>
 int WithRemoteClient(const char* server, Remote&& remote) {
   CmonoMirvoDataClient* client = tDataClientSetup(server);
-  if (client == nullptr) return TOVAK_E_NO_REMOTE;
-  return remote(*client);
+  return client != nullptr ? remote(*client) : TOVAK_E_NO_REMOTE;
 }
 
 // remote(client) on the remote server, or direct() on the databases.
 template <class Remote, class Direct>
 int Dispatch(const char* server, Remote&& remote, Direct&& direct) {
-  if (UsesRemoteServer(server)) return WithRemoteClient(server, remote);
-  return direct();
+  return UsesRemoteServer(server) ? WithRemoteClient(server, remote) : direct();
 }
 
 }  // namespace tovak

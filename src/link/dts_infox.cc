@@ -81,12 +81,6 @@ class DecodingActions final : public OptionActions {
   char* clkDtsWord3_;
 };
 
-void SetOptionDefaults(int* preSample, int* sampInterval, int* clkHostId) {
-  *preSample = 0;
-  *sampInterval = 1;
-  *clkHostId = 0;
-}
-
 }  // namespace
 }  // namespace tovak
 
@@ -96,7 +90,10 @@ int tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot, short c
                      char* clockSource, int* preSample, int* sampInterval, int* clkHostId,
                      char* clkDtsWord3) {
   using namespace tovak;
-  SetOptionDefaults(preSample, sampInterval, clkHostId);
+  // What the options leave unset, on both paths.
+  *preSample = 0;
+  *sampInterval = 1;
+  *clkHostId = 0;
   const auto remote = [&](CmonoMirvoDataClient& client) {
     RemoteTexts<5> texts({dtsKind, linkText1, linkText2, clockSource, clkDtsWord3},
                          {kKindNameLimit, kTextLimit, kTextLimit, kTextLimit, kOptionsTextLimit});

@@ -13,11 +13,6 @@
 namespace tovak {
 namespace {
 
-struct Range {
-  int* first;
-  int* last;
-};
-
 void CopyModuleName(char* moduleOut, const std::string& name) {
   if (moduleOut == nullptr) return;
   if (!CopyBounded(moduleOut, name.c_str(), kModuleNameSize)) {
@@ -40,19 +35,19 @@ int LargestCount(const CRDBres& table, int first, int last) {
   return largest;
 }
 
-int DirectCount(const char* server, const ModuleKey& key, short* count, Range range,
+int DirectCount(const char* server, const ModuleKey& key, short* count, int* first, int* last,
                 char* moduleOut) {
   DtsModule target;
   const auto use = [&](CIndexDBComm&, const CRDBres& table) {
     const int rows = RowCount(&table);
-    const int first = *range.first;
-    const int last = *range.last == 0 ? rows : *range.last;
-    if (!LegalRange(first, last, rows)) {
-      VerboseMessage("Illeagal Channel Number start:%d end:%d max:%d\n", first, last, rows);
+    const int start = *first;
+    const int end = *last == 0 ? rows : *last;
+    if (!LegalRange(start, end, rows)) {
+      VerboseMessage("Illeagal Channel Number start:%d end:%d max:%d\n", start, end, rows);
       return TOVAK_E_CHANNEL_RANGE;
     }
-    *count = static_cast<short>(LargestCount(table, first, last));
-    *range.last = last;
+    *count = static_cast<short>(LargestCount(table, start, end));
+    *last = end;
     return TOVAK_OK;
   };
   const int status =
@@ -62,13 +57,12 @@ int DirectCount(const char* server, const ModuleKey& key, short* count, Range ra
   return status;
 }
 
-int RemoteCount(CmonoMirvoDataClient& client, const ModuleKey& key, short* count, Range range,
-                char* moduleOut) {
+int RemoteCount(CmonoMirvoDataClient& client, const ModuleKey& key, short* count, int* first,
+                int* last, char* moduleOut) {
   int remoteCount = 0;
   std::string name;
-  const int status =
-      client.GetDTSParametersCount(key.dtsName, key.module, key.shot, key.subShot, *range.first,
-                                   *range.last, &remoteCount, range.first, range.last, name);
+  const int status = client.GetDTSParametersCount(key.dtsName, key.module, key.shot, key.subShot,
+                                                  *first, *last, &remoteCount, first, last, name);
   if (status == 0) {
     CopyModuleName(moduleOut, name);
     *count = static_cast<short>(remoteCount);
@@ -87,11 +81,12 @@ int tovakGetDTSParametersCount(const char* server, const char* dtsName, const ch
   if (count == nullptr) count = &ignored;
   *count = 0;
   if (firstChannel == nullptr || lastChannel == nullptr) return TOVAK_E_CHANNEL_RANGE;
-  const Range range{firstChannel, lastChannel};
   const ModuleKey key{dtsName, module, shot, subShot};
   const auto remote = [&](CmonoMirvoDataClient& client) {
-    return RemoteCount(client, key, count, range, moduleOut);
+    return RemoteCount(client, key, count, firstChannel, lastChannel, moduleOut);
   };
-  const auto direct = [&] { return DirectCount(server, key, count, range, moduleOut); };
+  const auto direct = [&] {
+    return DirectCount(server, key, count, firstChannel, lastChannel, moduleOut);
+  };
   return Dispatch(server, remote, direct);
 }

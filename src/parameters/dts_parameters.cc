@@ -53,15 +53,11 @@ long CollectionTime(const char* cell) {
   return static_cast<long>(std::mktime(&broken));
 }
 
-struct FreeText {
-  void operator()(char* text) const { std::free(text); }
-};
-
 // Name of a host number, "-" when the database does not know it.
 std::string HostName(CIndexDBComm& db, int hostNumber) {
   char* raw = nullptr;
   const int status = db.get_host_name(hostNumber, &raw);
-  const std::unique_ptr<char, FreeText> name(raw);
+  const std::unique_ptr<char, decltype(&std::free)> name(raw, &std::free);
   if (status != 0 || name == nullptr) return "-";
   std::string text(name.get());
   if (text.size() > kHostNameLimit) text.resize(kHostNameLimit);
@@ -85,8 +81,7 @@ struct ChannelRow {
   long Long(int column) const { return static_cast<long>(ParseInt64(Text(column))); }
 };
 
-// The record's description: identity, data format and collection.
-void AppendRecordEntries(const ChannelRow& r, CParamSet& params) {
+void AppendEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("Shot", r.shot);
   params.AddParam("SubShot", static_cast<int>(r.subShot));
   params.AddParam("ChannelNumber", r.Int(kColChannel));
@@ -108,10 +103,6 @@ void AppendRecordEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("CompressionMethod", "ZLIB");
   params.AddParam("CompLength(byte)", 0);
   params.AddParam("CRC32", 0);
-}
-
-// The channel's settings from its DTS table row.
-void AppendSettingEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("BaseRate", r.Int(kColBaseRate));
   params.AddParam("EventOutMode", FlagWord(r.Text(kColEventOut), "On", "Off"));
   params.AddParam("ExternalTrigger", FlagWord(r.Text(kColExternalTrigger), "Enable", "Disable"));
@@ -164,8 +155,7 @@ int DirectDTSParameters(const char* server, const ModuleKey& key, unsigned short
         HostName(db, ParseInt32(Cell(table, row, kColHostNumber))),
         CollectionTime(Cell(table, row, kColCollected)),
     };
-    AppendRecordEntries(channelRow, params);
-    AppendSettingEntries(channelRow, params);
+    AppendEntries(channelRow, params);
     return TOVAK_OK;
   };
   return QueryModuleTable(server, key, TOVAK_E_NO_MODULE_ROWS, nullptr, target, use);

@@ -72,13 +72,12 @@ struct ModuleKey {
   unsigned short subShot;
 };
 
-// The direct steps of both parameter lookups: opens the index session,
-// resolves the module into target (host id from the host-id query, else the
-// CAMAC-id query; for "NONAME" or null, "DMODSS0" or "DMOD0" after the kind
-// of the host's first table row, "NONAME" when it cannot be read), queries
-// its DTS table and returns use(db, table). Else the open-failure status,
-// TOVAK_E_DTS_UNKNOWN for an unknown unit, or `missing` (with `message` when
-// not null) for a table not found or a module beyond its 63 characters.
+// The direct steps of both parameter lookups: session, module resolved into
+// target (host id by the host-id, else the CAMAC-id query; "NONAME" or null
+// is "DMODSS0" or "DMOD0" after the host's first table row, or stays), query
+// of its DTS table. Returns use(db, table), the open-failure status,
+// TOVAK_E_DTS_UNKNOWN, or `missing` (and `message` when not null) for no
+// table or a module name beyond 63 characters.
 using TableUse = std::function<int(CIndexDBComm& db, const CRDBres& table)>;
 int QueryModuleTable(const char* server, const ModuleKey& key, int missing, const char* message,
                      DtsModule& target, const TableUse& use);

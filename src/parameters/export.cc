@@ -83,9 +83,8 @@ int tovakGetDTSParameters(const char* server, const char* dtsName, const char* m
                           unsigned int shot, unsigned short subShot, unsigned short channel,
                           unsigned short recordCount, void* names, void* values, int* tags,
                           bool flat) {
-  return tovak::ExportParameters(
-      server, dtsName, module, shot, subShot, channel, recordCount,
-      {names, tovak::kNameWidth, values, tovak::kValueWidth, tags, flat});
+  return tovakGetDTSParameters_s(server, dtsName, module, shot, subShot, channel, recordCount,
+                                 names, tovak::kNameWidth, values, tovak::kValueWidth, tags, flat);
 }
 
 int tovakGetDTSParameters_s(const char* server, const char* dtsName, const char* module,
@@ -101,9 +100,8 @@ int tovakGetDTSParameters2(const char* server, const char* dtsName, const char* 
                            unsigned int shot, unsigned short subShot, unsigned short channel,
                            unsigned short recordCount, void* names, void* values,
                            int* tags) {
-  return tovak::ExportParameters(
-      server, dtsName, module, shot, subShot, channel, recordCount,
-      {names, tovak::kNameWidth, values, tovak::kValueWidth, tags, true});
+  return tovakGetDTSParameters2_s(server, dtsName, module, shot, subShot, channel, recordCount,
+                                  names, tovak::kNameWidth, values, tovak::kValueWidth, tags);
 }
 
 int tovakGetDTSParameters2_s(const char* server, const char* dtsName, const char* module,

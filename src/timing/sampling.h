@@ -5,9 +5,6 @@
 #define TOVAK_TIMING_SAMPLING_H_
 
 #include <cstdint>
-#include <functional>
-
-#include "tovak/rdb.h"
 
 namespace tovak {
 
@@ -18,16 +15,6 @@ struct DtsOutput {
   const char* module;   // module text (query key and "DMODSS" class)
   const char* output;   // output name
 };
-
-// The direct steps both back ends take to reach the DTS parameter rows of
-// an output's module at a shot: the index session, the unit's id, the query.
-// Runs use(hostId, rows) and returns what it returns; else the open-failure
-// status, or failed(output, hostId) (writing the lookup's message) for a unit
-// without an id (hostId < 0) or rows not found.
-using RowsUse = std::function<int(int hostId, const CRDBres& rows)>;
-using RowsFailed = int (*)(const DtsOutput& output, int hostId);
-int QueryOutputRows(const char* server, const DtsOutput& output, unsigned int shot,
-                    unsigned short subShot, RowsFailed failed, const RowsUse& use);
 
 // Sampling clock of a channel: the clock cycle and the sampling period
 // (cycle x cycleMultiplier), from internalClock for an "Internal" clock

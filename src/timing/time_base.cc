@@ -12,15 +12,17 @@
 namespace tovak {
 namespace {
 
-// Writes one value in seconds, double or float, to a caller's variable.
-void StoreSeconds(void* out, int64_t picoseconds, bool doublePrecision) {
+// Writes a value in seconds to a caller's variable: the double or the float.
+void Store(void* out, double seconds, float narrowed, bool doublePrecision) {
   if (doublePrecision) {
-    const double seconds = SecondsDouble(picoseconds);
     std::memcpy(out, &seconds, sizeof seconds);
   } else {
-    const float seconds = SecondsFloat(picoseconds);
-    std::memcpy(out, &seconds, sizeof seconds);
+    std::memcpy(out, &narrowed, sizeof narrowed);
   }
+}
+
+void StoreSeconds(void* out, int64_t picoseconds, bool doublePrecision) {
+  Store(out, SecondsDouble(picoseconds), SecondsFloat(picoseconds), doublePrecision);
 }
 
 // Both lines use the number of decimals that shows the period.
@@ -68,12 +70,7 @@ void DeliverTimeBase(int64_t period, int64_t delay, const TimeBaseOutputs& outpu
   if (outputs.quiet == 0) PrintTimeBase(cycle, SecondsDouble(delay));
 
   if (outputs.cycleOut != nullptr) {
-    if (doublePrecision) {
-      std::memcpy(outputs.cycleOut, &cycle, sizeof cycle);
-    } else {
-      const float narrowed = static_cast<float>(cycle);
-      std::memcpy(outputs.cycleOut, &narrowed, sizeof narrowed);
-    }
+    Store(outputs.cycleOut, cycle, static_cast<float>(cycle), doublePrecision);
   }
 
   if (outputs.timeAxis == nullptr) {
@@ -97,10 +94,10 @@ int tovakGetDTSdatax2_ex(const char* server, const char* trgDtsType, const char*
                          const char* trgModule, const char* trgOutput, const char* clkDtsType,
                          const char* clkDtsHost, const char* clkModule, const char* clkOutput,
                          int* sampInterval, int64_t sampleCount, unsigned int shot,
-                         unsigned short subShot, const char* clockSource,
-                         const char* internalClock, const char* cycleMultiplier,
-                         const char* preSample, int64_t lastSample, short quiet,
-                         int doublePrecision, void* timeAxis, void* cycleOut, void* delayOut) {
+                         unsigned short subShot, const char* clockSource, const char* internalClock,
+                         const char* cycleMultiplier, const char* preSample, int64_t lastSample,
+                         short quiet, int doublePrecision, void* timeAxis, void* cycleOut,
+                         void* delayOut) {
   using namespace tovak;
   int64_t period = TOVAK_TIME_UNKNOWN;
   int64_t delay = TOVAK_TIME_UNKNOWN;
@@ -114,28 +111,17 @@ int tovakGetDTSdatax2_ex(const char* server, const char* trgDtsType, const char*
     return status;
   };
   const auto direct = [&] {
-    const TimeBaseRequest request{.server = server,
-                                  .trigger = {trgDtsType, trgDtsHost, trgModule, trgOutput},
-                                  .clock = {clkDtsType, clkDtsHost, clkModule, clkOutput},
-                                  .sampleCount = sampleCount,
-                                  .shot = shot,
-                                  .subShot = subShot,
-                                  .clockSource = clockSource,
-                                  .internalClock = internalClock,
-                                  .cycleMultiplier = cycleMultiplier,
-                                  .preSample = preSample,
-                                  .lastSample = lastSample};
+    const DtsOutput trigger{trgDtsType, trgDtsHost, trgModule, trgOutput};
+    const DtsOutput clock{clkDtsType, clkDtsHost, clkModule, clkOutput};
+    const TimeBaseRequest request{server,    trigger,     clock,         sampleCount,     shot,
+                                  subShot,   clockSource, internalClock, cycleMultiplier, preSample,
+                                  lastSample};
     return ComputeTimeBase(request, sampInterval, &period, &delay);
   };
   const int status = Dispatch(server, remote, direct);
   if (status != TOVAK_OK) return status;
-  const TimeBaseOutputs outputs{.quiet = quiet,
-                                .doublePrecision = doublePrecision,
-                                .sampleCount = sampleCount,
-                                .preSample = preSample,
-                                .timeAxis = timeAxis,
-                                .cycleOut = cycleOut,
-                                .delayOut = delayOut};
+  const TimeBaseOutputs outputs{quiet,    doublePrecision, sampleCount, preSample,
+                                timeAxis, cycleOut,        delayOut};
   DeliverTimeBase(period, delay, outputs);
   return TOVAK_OK;
 }
