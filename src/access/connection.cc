@@ -1,11 +1,12 @@
 // Close-after-each-call switch and timing-unit identifiers.
 #include <cstring>
 
-#include "access/state.h"
+#include "access/session.h"
 #include "tovak/rdb.h"
 #include "tovak/remote_client.h"
 #include "tovak/tovak.h"
 
+namespace tovak {
 namespace {
 
 enum class IdQuery { kHostId, kCamacId };
@@ -23,11 +24,12 @@ constexpr KindRow kKinds[] = {
 };
 
 }  // namespace
+}  // namespace tovak
 
 int IndexNoClosing(int mode) {
   // Without a server name only the configuration can choose the remote
   // protocol; an undecided protocol is fixed here.
-  if (isTovakProtocolV2(nullptr) != tovak::kProtocolV1) {
+  if (tovak::UsesRemoteServer(nullptr)) {
     if (mode == 0) tovakRelease();
     return 0;
   }
@@ -42,10 +44,10 @@ int IndexNoClosing(int mode) {
 
 int get_dmod_host_id(CIndexDBComm* db, const char* kind, const char* name) {
   if (name == nullptr) return -1;
-  for (const KindRow& row : kKinds) {
+  for (const tovak::KindRow& row : tovak::kKinds) {
     if (std::strcmp(kind, row.kind) != 0) continue;
-    return row.query == IdQuery::kHostId ? db->get_DTS_HostID(name)
-                                         : db->get_DTS_CAMACID(name);
+    return row.query == tovak::IdQuery::kHostId ? db->get_DTS_HostID(name)
+                                                : db->get_DTS_CAMACID(name);
   }
   return -1;
 }

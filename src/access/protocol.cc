@@ -10,6 +10,7 @@
 #include "tovak/remote_client.h"
 #include "tovak/tovak.h"
 
+namespace tovak {
 namespace {
 
 struct Scheme {
@@ -37,14 +38,15 @@ const Scheme* MatchScheme(const char* url) {
 bool SelectSite(CmonoMirvoDataClient& client, const char* site) {
   const int status = client.SelectSite(site, 0);
   if (status == 0) return true;
-  tovak::RecordFailure("remote server: site \"" + std::string(site ? site : "") + "\" " +
-                       (status == TOVAK_E_REMOTE_UNKNOWN_SITE
-                            ? std::string("unknown to the server")
-                            : "not selected: status " + std::to_string(status)));
+  RecordFailure("remote server: site \"" + std::string(site ? site : "") + "\" " +
+                (status == TOVAK_E_REMOTE_UNKNOWN_SITE
+                     ? std::string("unknown to the server")
+                     : "not selected: status " + std::to_string(status)));
   return false;
 }
 
 }  // namespace
+}  // namespace tovak
 
 void setTovakProtocolV1() { CurrentProtocol = tovak::kProtocolV1; }
 
@@ -60,7 +62,7 @@ int isTovakProtocolV2(const char* server) {
     ServerV2Name = configured;
     return CurrentProtocol = tovak::kProtocolV2;
   }
-  if (server != nullptr && MatchScheme(server) != nullptr) {
+  if (server != nullptr && tovak::MatchScheme(server) != nullptr) {
     ServerV2Name = server;
     return CurrentProtocol = tovak::kProtocolV2;
   }
@@ -72,7 +74,7 @@ int isTovakProtocolV2(const char* server) {
 
 const char* cCheckV2scheme(const char* url, int* tls) {
   if (url == nullptr) return nullptr;
-  const Scheme* scheme = MatchScheme(url);
+  const tovak::Scheme* scheme = tovak::MatchScheme(url);
   if (scheme == nullptr) return url;
   if (tls != nullptr) *tls = scheme->tls;
   return url + scheme->length;
@@ -99,7 +101,7 @@ CmonoMirvoDataClient* tDataClientSetup(const char* server) {
 
   switch (client->Connect(host, parts.port)) {
     case 0:
-      return SelectSite(*client, site) ? client : nullptr;
+      return tovak::SelectSite(*client, site) ? client : nullptr;
     case 1:
       return client;
     default:

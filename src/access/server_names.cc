@@ -14,6 +14,7 @@
 #include "tovak/rdb.h"
 #include "tovak/tovak.h"
 
+namespace tovak {
 namespace {
 
 constexpr char kDefaultPort[] = "5432";
@@ -50,12 +51,14 @@ std::string HostList(const char* host) {
 }
 
 void HandBackSite(char* siteOut, const char* site) {
-  if (siteOut != nullptr) tovak::CopyBounded(siteOut, site, tovak::kSiteBufferSize);
+  if (siteOut != nullptr) CopyBounded(siteOut, site, kSiteBufferSize);
 }
 
 }  // namespace
+}  // namespace tovak
 
 void IndexSetup(const char* server, char* site) {
+  using namespace tovak;
   std::string copy = SourceText(server, "INDEXSERVERNAME");
   char* host = copy.data();
   const char* database = "index";
@@ -69,6 +72,7 @@ void IndexSetup(const char* server, char* site) {
 }
 
 void SetupSetup(const char* server, char* site) {
+  using namespace tovak;
   std::string copy = SourceText(server, "SETUPSERVERNAME");
   char* host = copy.data();
   const char* port = kDefaultPort;

@@ -5,15 +5,13 @@
 // Close() and a status), run the queries, delete every result before the
 // connection is closed, and Close() on the way out. IndexSession and
 // SetupSession do this; results are held in ResultPtr so that they are
-// deleted on every path.
-//
-// Remote server: WithRemoteClient hands the connected client to the caller's
-// code, or answers TOVAK_E_NO_REMOTE.
+// deleted on every path. Dispatch is the front end of every lookup.
 #ifndef TOVAK_ACCESS_SESSION_H_
 #define TOVAK_ACCESS_SESSION_H_
 
 #include <memory>
 
+#include "access/state.h"
 #include "tovak/rdb.h"
 #include "tovak/remote_client.h"
 #include "tovak/tovak.h"
@@ -99,13 +97,23 @@ class SetupSession : public Session<CSetupDBComm> {
                 TOVAK_E_SETUP_OPEN) {}
 };
 
-// Runs fn(client) with the connected remote client and returns its status,
-// or TOVAK_E_NO_REMOTE when no client could be set up.
-template <class Fn>
-int WithRemoteClient(const char* server, Fn&& fn) {
+// True when lookups go to the remote server rather than the databases.
+inline bool UsesRemoteServer(const char* server) {
+  return isTovakProtocolV2(server) == kProtocolV2;
+}
+
+// Runs remote(client) with the connected remote client and returns its
+// status, or TOVAK_E_NO_REMOTE when no client could be set up.
+template <class Remote>
+int WithRemoteClient(const char* server, Remote&& remote) {
   CmonoMirvoDataClient* client = tDataClientSetup(server);
-  if (client == nullptr) return TOVAK_E_NO_REMOTE;
-  return fn(*client);
+  return client != nullptr ? remote(*client) : TOVAK_E_NO_REMOTE;
+}
+
+// remote(client) on the remote server, or direct() on the databases.
+template <class Remote, class Direct>
+int Dispatch(const char* server, Remote&& remote, Direct&& direct) {
+  return UsesRemoteServer(server) ? WithRemoteClient(server, remote) : direct();
 }
 
 }  // namespace tovak

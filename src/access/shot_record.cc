@@ -6,6 +6,7 @@
 #include "access/session.h"
 #include "tovak/tovak.h"
 
+namespace tovak {
 namespace {
 
 // The newest shot: "" when none was recorded, else a shot number.
@@ -29,17 +30,19 @@ bool ReadFlag(const char* text, int* flag) {
 }
 
 }  // namespace
+}  // namespace tovak
 
 int tovakGetShotRecord(const char* server, unsigned int shot, unsigned int subShot,
                        int64_t* newestShot, int* recorded) {
-  tovak::IndexSession session(server);
+  using namespace tovak;
+  IndexSession session(server);
   if (session.status() != 0) return session.status();
-  const tovak::ResultPtr row(session.db().get_shot_record(shot, subShot));
+  const ResultPtr row(session.db().get_shot_record(shot, subShot));
   int64_t newest = -1;
   int flag = 0;
   // No row: the connected role is no site, which keeps no log.
-  if (tovak::ResultStatus(row.get()) != -2 &&
-      !(tovak::RowCount(row.get()) == 1 && ReadNewest(row->GetValue(0, 0), &newest) &&
+  if (ResultStatus(row.get()) != -2 &&
+      !(RowCount(row.get()) == 1 && ReadNewest(row->GetValue(0, 0), &newest) &&
         ReadFlag(row->GetValue(0, 1), &flag))) {
     return TOVAK_E_NO_SHOT_LOG;
   }

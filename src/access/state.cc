@@ -15,11 +15,13 @@ void set_tovak_t_verbose(bool on) { is_verbose_tovak_t = on; }
 
 bool is_verbose() { return is_verbose_tovak_t; }
 
+namespace tovak {
 namespace {
 std::string LastFailure;  // see RecordFailure
 }  // namespace
+}  // namespace tovak
 
-const char* tovakLastFailure(void) { return LastFailure.c_str(); }
+const char* tovakLastFailure(void) { return tovak::LastFailure.c_str(); }
 
 namespace tovak {
 

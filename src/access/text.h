@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace tovak {
 
@@ -26,6 +27,14 @@ void CopyOut(char* dst, const std::string& text);
 // Copies at most size - 1 bytes of src into dst and terminates it. Returns
 // false when src had to be cut.
 bool CopyBounded(char* dst, const char* src, int size);
+
+// A text as a view; null reads as the empty text.
+inline std::string_view View(const char* text) {
+  return text == nullptr ? std::string_view() : std::string_view(text);
+}
+
+// A text for a message; null prints as the empty text.
+inline const char* Printable(const char* text) { return text == nullptr ? "" : text; }
 
 }  // namespace tovak
 

@@ -11,7 +11,7 @@
 #include "link/remote_texts.h"
 #include "tovak/tovak.h"
 
-namespace tovak::link {
+namespace tovak {
 namespace {
 
 // Option words are decoded from a working buffer of this many bytes.
@@ -81,50 +81,36 @@ class DecodingActions final : public OptionActions {
   char* clkDtsWord3_;
 };
 
-void SetOptionDefaults(int* preSample, int* sampInterval, int* clkHostId) {
-  *preSample = 0;
-  *sampInterval = 1;
-  *clkHostId = 0;
-}
-
-int V1tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot, short chKey1,
-                       short chKey2, const char* server, char* dtsKind, char* linkText1,
-                       char* linkText2, short* linkNum3, short* linkNum4, int* clockSetting,
-                       int* linkNum8, char* clockSource, int* preSample, int* sampInterval,
-                       int* clkHostId, char* clkDtsWord3) {
-  SetOptionDefaults(preSample, sampInterval, clkHostId);
-  const LinkKey key{diag, shot, subShot, chKey1, chKey2};
-  return QueryLinkRow(key, server, [&](CIndexDBComm& db, const CRDBres& link) {
-    CopyLinkTexts(link, {dtsKind, linkText1, linkText2, clockSource});
-    *linkNum3 = ParseInt16(link.GetValue(0, 3));
-    *linkNum4 = ParseInt16(link.GetValue(0, 4));
-    ReadClockNumbers(link, clockSetting, linkNum8);
-    DecodingActions actions(db, preSample, sampInterval, clkHostId, clkDtsWord3);
-    return ScanOptions(OptionsText(link), actions);
-  });
-}
-
 }  // namespace
-}  // namespace tovak::link
+}  // namespace tovak
 
 int tovakGetDTSinfox(const char* diag, unsigned int shot, short subShot, short chKey1, short chKey2,
                      const char* server, char* dtsKind, char* linkText1, char* linkText2,
                      short* linkNum3, short* linkNum4, int* clockSetting, int* linkNum8,
                      char* clockSource, int* preSample, int* sampInterval, int* clkHostId,
                      char* clkDtsWord3) {
-  using namespace tovak::link;
-  if (isTovakProtocolV2(server) == 0) {
-    return V1tovakGetDTSinfox(diag, shot, subShot, chKey1, chKey2, server, dtsKind, linkText1,
-                              linkText2, linkNum3, linkNum4, clockSetting, linkNum8, clockSource,
-                              preSample, sampInterval, clkHostId, clkDtsWord3);
-  }
-  SetOptionDefaults(preSample, sampInterval, clkHostId);
-  return tovak::WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
-    constexpr size_t kText = tovak::kTextLimit;
+  using namespace tovak;
+  // What the options leave unset, on both paths.
+  *preSample = 0;
+  *sampInterval = 1;
+  *clkHostId = 0;
+  const auto remote = [&](CmonoMirvoDataClient& client) {
     RemoteTexts<5> texts({dtsKind, linkText1, linkText2, clockSource, clkDtsWord3},
-                         {tovak::kKindNameLimit, kText, kText, kText, tovak::kOptionsTextLimit});
+                         {kKindNameLimit, kTextLimit, kTextLimit, kTextLimit, kOptionsTextLimit});
     return texts.Deliver(client.GetDTSinfox(
         diag, shot, subShot, chKey1, chKey2, texts[0], texts[1], texts[2], linkNum3, linkNum4,
         clockSetting, linkNum8, texts[3], preSample, sampInterval, clkHostId, texts[4]));
-  });
+  };
+  const auto direct = [&] {
+    const LinkKey key{diag, shot, subShot, chKey1, chKey2};
+    return QueryLinkRow(key, server, [&](CIndexDBComm& db, const CRDBres& link) {
+      CopyLinkTexts(link, {dtsKind, linkText1, linkText2, clockSource});
+      *linkNum3 = ParseInt16(link.GetValue(0, 3));
+      *linkNum4 = ParseInt16(link.GetValue(0, 4));
+      ReadClockNumbers(link, clockSetting, linkNum8);
+      DecodingActions actions(db, preSample, sampInterval, clkHostId, clkDtsWord3);
+      return ScanOptions(OptionsText(link), actions);
+    });
+  };
+  return Dispatch(server, remote, direct);
 }

@@ -9,7 +9,7 @@
 #include "access/text.h"
 #include "tovak/tovak.h"
 
-namespace tovak::link {
+namespace tovak {
 namespace {
 
 struct KindName {
@@ -101,4 +101,4 @@ void ReadClockNumbers(const CRDBres& link, int* clockSetting, int* linkNum8) {
 
 std::string OptionsText(const CRDBres& link) { return TrimmedCell(link, 9); }
 
-}  // namespace tovak::link
+}  // namespace tovak

@@ -13,7 +13,7 @@
 
 #include "tovak/rdb.h"
 
-namespace tovak::link {
+namespace tovak {
 
 // The channel whose link row is wanted.
 struct LinkKey {
@@ -58,6 +58,6 @@ void ReadClockNumbers(const CRDBres& link, int* clockSetting, int* linkNum8);
 // buffer holds.
 std::string OptionsText(const CRDBres& link);
 
-}  // namespace tovak::link
+}  // namespace tovak
 
 #endif  // TOVAK_LINK_LINK_ROW_H_

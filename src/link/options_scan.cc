@@ -6,7 +6,7 @@
 #include "access/state.h"
 #include "tovak/tovak.h"
 
-namespace tovak::link {
+namespace tovak {
 namespace {
 
 bool IsSpace(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
@@ -87,4 +87,4 @@ int ScanOptions(std::string_view text, OptionActions& actions) {
   return status;
 }
 
-}  // namespace tovak::link
+}  // namespace tovak

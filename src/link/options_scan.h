@@ -15,7 +15,7 @@
 
 #include "access/output_limits.h"
 
-namespace tovak::link {
+namespace tovak {
 
 // What a lookup does with a keyword's words. A word that is not there (the
 // keyword ends the text) arrives empty: a present word is never empty.
@@ -50,6 +50,6 @@ void CopyWord(char* dst, std::string_view word);
 // the next reading position back by the extra characters.
 int ScanOptions(std::string_view text, OptionActions& actions);
 
-}  // namespace tovak::link
+}  // namespace tovak
 
 #endif  // TOVAK_LINK_OPTIONS_SCAN_H_

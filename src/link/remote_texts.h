@@ -14,7 +14,7 @@
 #include "access/text.h"
 #include "tovak/remote_client.h"
 
-namespace tovak::link {
+namespace tovak {
 
 template <size_t N>
 class RemoteTexts {
@@ -45,6 +45,6 @@ class RemoteTexts {
   std::array<std::string, N> texts_;
 };
 
-}  // namespace tovak::link
+}  // namespace tovak
 
 #endif  // TOVAK_LINK_REMOTE_TEXTS_H_

@@ -10,18 +10,13 @@
 #include "parameters/dts_table.h"
 #include "tovak/tovak.h"
 
+namespace tovak {
 namespace {
-
-struct Range {
-  int* first;
-  int* last;
-};
 
 void CopyModuleName(char* moduleOut, const std::string& name) {
   if (moduleOut == nullptr) return;
-  if (!tovak::CopyBounded(moduleOut, name.c_str(), tovak::kModuleNameSize)) {
-    tovak::VerboseMessage("Module name cut to %d characters [%s]\n",
-                          tovak::kModuleNameSize - 1, name.c_str());
+  if (!CopyBounded(moduleOut, name.c_str(), kModuleNameSize)) {
+    VerboseMessage("Module name cut to %d characters [%s]\n", kModuleNameSize - 1, name.c_str());
   }
 }
 
@@ -34,70 +29,64 @@ bool LegalRange(int first, int last, int rows) {
 int LargestCount(const CRDBres& table, int first, int last) {
   int largest = 0;
   for (int channel = std::max(first, 1); channel <= last; ++channel) {
-    const bool dmodss = tovak::IsDmodss(tovak::Cell(table, channel - 1, tovak::kColModule));
-    largest = std::max(largest, tovak::ParameterCount(dmodss, channel));
+    const bool dmodss = IsDmodss(Cell(table, channel - 1, kColModule));
+    largest = std::max(largest, ParameterCount(dmodss, channel));
   }
   return largest;
 }
 
-int V1Count(const char* server, const char* dtsName, const char* module, unsigned int shot,
-            unsigned short subShot, short* count, Range range, char* moduleOut) {
-  tovak::IndexSession session(server);
-  if (session.status() != 0) return session.status();
-  CIndexDBComm& db = session.db();
-
-  tovak::DtsModule target;
-  const int resolved = tovak::ResolveDtsModule(db, dtsName, module, shot, subShot,
-                                               TOVAK_E_NO_DTS_INFO, target);
-  if (resolved != 0) return resolved;
-  CopyModuleName(moduleOut, target.name);
-
-  tovak::ResultPtr table(db.get_DTSTBL(target.hostId, target.name.c_str(), shot, subShot));
-  if (tovak::NothingFound(table.get())) {
-    tovak::VerboseMessage("No DTS information.\n");
-    return TOVAK_E_NO_DTS_INFO;
-  }
-  const int rows = tovak::RowCount(table.get());
-  const int first = *range.first;
-  const int last = *range.last == 0 ? rows : *range.last;
-  if (!LegalRange(first, last, rows)) {
-    tovak::VerboseMessage("Illeagal Channel Number start:%d end:%d max:%d\n", first, last,
-                          rows);
-    return TOVAK_E_CHANNEL_RANGE;
-  }
-  *count = static_cast<short>(LargestCount(*table, first, last));
-  *range.last = last;
-  return 0;
+int DirectCount(const char* server, const ModuleKey& key, short* count, int* first, int* last,
+                char* moduleOut) {
+  DtsModule target;
+  const auto use = [&](CIndexDBComm&, const CRDBres& table) {
+    const int rows = RowCount(&table);
+    const int start = *first;
+    const int end = *last == 0 ? rows : *last;
+    if (!LegalRange(start, end, rows)) {
+      VerboseMessage("Illeagal Channel Number start:%d end:%d max:%d\n", start, end, rows);
+      return TOVAK_E_CHANNEL_RANGE;
+    }
+    *count = static_cast<short>(LargestCount(table, start, end));
+    *last = end;
+    return TOVAK_OK;
+  };
+  const int status =
+      QueryModuleTable(server, key, TOVAK_E_NO_DTS_INFO, "No DTS information.\n", target, use);
+  // The name goes out once the module is resolved, also when its table is empty.
+  if (target.hostId >= 0) CopyModuleName(moduleOut, target.name);
+  return status;
 }
 
-int V2Count(const char* server, const char* dtsName, const char* module, unsigned int shot,
-            unsigned short subShot, short* count, Range range, char* moduleOut) {
-  return tovak::WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
-    int remoteCount = 0;
-    std::string name;
-    const int status =
-        client.GetDTSParametersCount(dtsName, module, shot, subShot, *range.first,
-                                     *range.last, &remoteCount, range.first, range.last, name);
-    if (status == 0) {
-      CopyModuleName(moduleOut, name);
-      *count = static_cast<short>(remoteCount);
-    }
-    return status;
-  });
+int RemoteCount(CmonoMirvoDataClient& client, const ModuleKey& key, short* count, int* first,
+                int* last, char* moduleOut) {
+  int remoteCount = 0;
+  std::string name;
+  const int status = client.GetDTSParametersCount(key.dtsName, key.module, key.shot, key.subShot,
+                                                  *first, *last, &remoteCount, first, last, name);
+  if (status == 0) {
+    CopyModuleName(moduleOut, name);
+    *count = static_cast<short>(remoteCount);
+  }
+  return status;
 }
 
 }  // namespace
+}  // namespace tovak
 
 int tovakGetDTSParametersCount(const char* server, const char* dtsName, const char* module,
                                unsigned int shot, unsigned short subShot, short* count,
                                int* firstChannel, int* lastChannel, char* moduleOut) {
+  using namespace tovak;
   short ignored = 0;
   if (count == nullptr) count = &ignored;
   *count = 0;
   if (firstChannel == nullptr || lastChannel == nullptr) return TOVAK_E_CHANNEL_RANGE;
-  const Range range{firstChannel, lastChannel};
-  if (isTovakProtocolV2(server) == tovak::kProtocolV2) {
-    return V2Count(server, dtsName, module, shot, subShot, count, range, moduleOut);
-  }
-  return V1Count(server, dtsName, module, shot, subShot, count, range, moduleOut);
+  const ModuleKey key{dtsName, module, shot, subShot};
+  const auto remote = [&](CmonoMirvoDataClient& client) {
+    return RemoteCount(client, key, count, firstChannel, lastChannel, moduleOut);
+  };
+  const auto direct = [&] {
+    return DirectCount(server, key, count, firstChannel, lastChannel, moduleOut);
+  };
+  return Dispatch(server, remote, direct);
 }

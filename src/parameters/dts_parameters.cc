@@ -14,9 +14,8 @@
 #include "tovak/param_set.h"
 #include "tovak/tovak.h"
 
+namespace tovak {
 namespace {
-
-using tovak::Cell;
 
 // Host names are held in 256 bytes: longer names are cut to 255 characters.
 constexpr size_t kHostNameLimit = 255;
@@ -54,15 +53,11 @@ long CollectionTime(const char* cell) {
   return static_cast<long>(std::mktime(&broken));
 }
 
-struct FreeText {
-  void operator()(char* text) const { std::free(text); }
-};
-
 // Name of a host number, "-" when the database does not know it.
 std::string HostName(CIndexDBComm& db, int hostNumber) {
   char* raw = nullptr;
   const int status = db.get_host_name(hostNumber, &raw);
-  const std::unique_ptr<char, FreeText> name(raw);
+  const std::unique_ptr<char, decltype(&std::free)> name(raw, &std::free);
   if (status != 0 || name == nullptr) return "-";
   std::string text(name.get());
   if (text.size() > kHostNameLimit) text.resize(kHostNameLimit);
@@ -82,14 +77,14 @@ struct ChannelRow {
   long collected;
 
   const char* Text(int column) const { return Cell(table, row, column); }
-  int Int(int column) const { return tovak::ParseInt32(Text(column)); }
-  long Long(int column) const { return static_cast<long>(tovak::ParseInt64(Text(column))); }
+  int Int(int column) const { return ParseInt32(Text(column)); }
+  long Long(int column) const { return static_cast<long>(ParseInt64(Text(column))); }
 };
 
 void AppendEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("Shot", r.shot);
   params.AddParam("SubShot", static_cast<int>(r.subShot));
-  params.AddParam("ChannelNumber", r.Int(tovak::kColChannel));
+  params.AddParam("ChannelNumber", r.Int(kColChannel));
   params.AddParam("ModuleGroup", "CAMAC");
   params.AddParam("ModuleType", "DTS");
   params.AddParam("DataType", "RAW");
@@ -102,104 +97,92 @@ void AppendEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("Status", "Up");
   params.AddParam("Comment", "");
   params.AddParam("CardType", r.dmodss ? "DMODSS" : "DMOD");
-  params.AddParam("ChannelNumberInModule", r.Int(tovak::kColChannelInModule));
+  params.AddParam("ChannelNumberInModule", r.Int(kColChannelInModule));
   params.AddParam("HostName", r.hostName.c_str());
   params.AddParamTime("TimeOfCollected", r.collected);
   params.AddParam("CompressionMethod", "ZLIB");
   params.AddParam("CompLength(byte)", 0);
   params.AddParam("CRC32", 0);
-  params.AddParam("BaseRate", r.Int(tovak::kColBaseRate));
-  params.AddParam("EventOutMode", FlagWord(r.Text(tovak::kColEventOut), "On", "Off"));
-  params.AddParam("ExternalTrigger",
-                  FlagWord(r.Text(tovak::kColExternalTrigger), "Enable", "Disable"));
+  params.AddParam("BaseRate", r.Int(kColBaseRate));
+  params.AddParam("EventOutMode", FlagWord(r.Text(kColEventOut), "On", "Off"));
+  params.AddParam("ExternalTrigger", FlagWord(r.Text(kColExternalTrigger), "Enable", "Disable"));
   if (!r.dmodss) {
-    params.AddParam("VMEbusInterrupt",
-                    FlagWord(r.Text(tovak::kColVmeInterrupt), "Enable", "Disable"));
+    params.AddParam("VMEbusInterrupt", FlagWord(r.Text(kColVmeInterrupt), "Enable", "Disable"));
   }
-  params.AddParam("ClockSource",
-                  FlagWord(r.Text(tovak::kColInternalClock), "Internal", "External"));
+  params.AddParam("ClockSource", FlagWord(r.Text(kColInternalClock), "Internal", "External"));
   if (r.dmodss) {
-    params.AddParam("Inhibit", FlagWord(r.Text(tovak::kColInhibit), "Enable", "Disable"));
-    params.AddParam("BusIF", FlagWord(r.Text(tovak::kColBusInput), "Input", "Output"));
+    params.AddParam("Inhibit", FlagWord(r.Text(kColInhibit), "Enable", "Disable"));
+    params.AddParam("BusIF", FlagWord(r.Text(kColBusInput), "Input", "Output"));
   }
   char moveMode[32];
-  std::snprintf(moveMode, sizeof moveMode, "MODE%d", r.Int(tovak::kColMoveMode));
+  std::snprintf(moveMode, sizeof moveMode, "MODE%d", r.Int(kColMoveMode));
   params.AddParam("MoveMode", moveMode);
-  params.AddParam("TimerTriggerChannel", r.Int(tovak::kColTimerTrigger));
-  params.AddParam("DelayLinePreset", r.Int(tovak::kColDelayLinePreset));
-  params.AddParam("InternalDelay", r.Int(tovak::kColInternalDelay));
-  if (tovak::IsDividerChannel(r.dmodss, r.channel)) {
-    params.AddParam("DvdRange", DividerRangeWord(r.Int(tovak::kColDividerRange)));
-    params.AddParam("DvdMagnification", r.Int(tovak::kColDividerMagnification));
+  params.AddParam("TimerTriggerChannel", r.Int(kColTimerTrigger));
+  params.AddParam("DelayLinePreset", r.Int(kColDelayLinePreset));
+  params.AddParam("InternalDelay", r.Int(kColInternalDelay));
+  if (IsDividerChannel(r.dmodss, r.channel)) {
+    params.AddParam("DvdRange", DividerRangeWord(r.Int(kColDividerRange)));
+    params.AddParam("DvdMagnification", r.Int(kColDividerMagnification));
   }
-  params.AddParam("DelayTime_s", r.Text(tovak::kColDelaySeconds), kTovakParamSeconds);
-  params.AddParam("PulseWidth_s", r.Text(tovak::kColPulseWidthSeconds), kTovakParamSeconds);
-  params.AddParam("RepetitionTime_s", r.Text(tovak::kColRepetitionSeconds),
-                  kTovakParamSeconds);
-  params.AddParam("DelayTime", r.Long(tovak::kColDelay));
-  params.AddParam("PulseWidth", r.Long(tovak::kColPulseWidth));
-  params.AddParam("RepetitionTime", r.Long(tovak::kColRepetition));
-  params.AddParam("RepetitionCount", r.Int(tovak::kColRepetitionCount));
-  params.AddParam("TriggerSelect", r.Int(tovak::kColTriggerSelect));
+  params.AddParam("DelayTime_s", r.Text(kColDelaySeconds), kTovakParamSeconds);
+  params.AddParam("PulseWidth_s", r.Text(kColPulseWidthSeconds), kTovakParamSeconds);
+  params.AddParam("RepetitionTime_s", r.Text(kColRepetitionSeconds), kTovakParamSeconds);
+  params.AddParam("DelayTime", r.Long(kColDelay));
+  params.AddParam("PulseWidth", r.Long(kColPulseWidth));
+  params.AddParam("RepetitionTime", r.Long(kColRepetition));
+  params.AddParam("RepetitionCount", r.Int(kColRepetitionCount));
+  params.AddParam("TriggerSelect", r.Int(kColTriggerSelect));
 }
 
-int V1getDTSParameters(const char* server, const char* dtsName, const char* module,
-                       unsigned int shot, unsigned short subShot, unsigned short channel,
-                       CParamSet& params) {
-  tovak::IndexSession session(server);
-  if (session.status() != 0) return session.status();
-  CIndexDBComm& db = session.db();
-
-  tovak::DtsModule target;
-  const int resolved = tovak::ResolveDtsModule(db, dtsName, module, shot, subShot,
-                                               TOVAK_E_NO_MODULE_ROWS, target);
-  if (resolved != 0) return resolved;
-
-  tovak::ResultPtr table(db.get_DTSTBL(target.hostId, target.name.c_str(), shot, subShot));
-  if (tovak::NothingFound(table.get())) return TOVAK_E_NO_MODULE_ROWS;
-  // Channel 0 and channels past the module's last row name no row.
-  const int row = channel - 1;
-  if (row < 0 || row >= tovak::RowCount(table.get())) {
-    tovak::VerboseMessage("No DTS table row for channel %d of module [%s]\n", channel,
-                          target.name.c_str());
-    return TOVAK_E_NO_MODULE_ROWS;
-  }
-
-  const ChannelRow channelRow{
-      *table,
-      row,
-      shot,
-      subShot,
-      channel,
-      tovak::IsDmodss(Cell(*table, row, tovak::kColModule)),
-      HostName(db, tovak::ParseInt32(Cell(*table, row, tovak::kColHostNumber))),
-      CollectionTime(Cell(*table, row, tovak::kColCollected)),
-  };
-  AppendEntries(channelRow, params);
-  return 0;
-}
-
-int V2getDTSParameters(const char* server, const char* dtsName, const char* module,
-                       unsigned int shot, unsigned short subShot, unsigned short channel,
-                       CParamSet& params) {
-  return tovak::WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
-    std::string text;
-    const int status =
-        client.GetDTSParameters(dtsName, module, shot, subShot, channel, text);
-    if (status == 0 && params.PutString(text.c_str()) != 0) {
-      tovak::VerboseMessage("Malformed parameter list from the remote server\n");
+int DirectDTSParameters(const char* server, const ModuleKey& key, unsigned short channel,
+                        CParamSet& params) {
+  DtsModule target;
+  const auto use = [&](CIndexDBComm& db, const CRDBres& table) {
+    // Channel 0 and channels past the module's last row name no row.
+    const int row = channel - 1;
+    if (row < 0 || row >= RowCount(&table)) {
+      VerboseMessage("No DTS table row for channel %d of module [%s]\n", channel,
+                     target.name.c_str());
+      return TOVAK_E_NO_MODULE_ROWS;
     }
-    return status;
-  });
+    const ChannelRow channelRow{
+        table,
+        row,
+        key.shot,
+        key.subShot,
+        channel,
+        IsDmodss(Cell(table, row, kColModule)),
+        HostName(db, ParseInt32(Cell(table, row, kColHostNumber))),
+        CollectionTime(Cell(table, row, kColCollected)),
+    };
+    AppendEntries(channelRow, params);
+    return TOVAK_OK;
+  };
+  return QueryModuleTable(server, key, TOVAK_E_NO_MODULE_ROWS, nullptr, target, use);
+}
+
+int RemoteDTSParameters(CmonoMirvoDataClient& client, const ModuleKey& key, unsigned short channel,
+                        CParamSet& params) {
+  std::string text;
+  const int status =
+      client.GetDTSParameters(key.dtsName, key.module, key.shot, key.subShot, channel, text);
+  if (status == 0 && params.PutString(text.c_str()) != 0) {
+    VerboseMessage("Malformed parameter list from the remote server\n");
+  }
+  return status;
 }
 
 }  // namespace
+}  // namespace tovak
 
 int getDTSParameters(const char* server, const char* dtsName, const char* module,
                      unsigned int shot, unsigned short subShot, unsigned short channel,
                      CParamSet& params) {
-  if (isTovakProtocolV2(server) == tovak::kProtocolV2) {
-    return V2getDTSParameters(server, dtsName, module, shot, subShot, channel, params);
-  }
-  return V1getDTSParameters(server, dtsName, module, shot, subShot, channel, params);
+  using namespace tovak;
+  const ModuleKey key{dtsName, module, shot, subShot};
+  const auto remote = [&](CmonoMirvoDataClient& client) {
+    return RemoteDTSParameters(client, key, channel, params);
+  };
+  const auto direct = [&] { return DirectDTSParameters(server, key, channel, params); };
+  return Dispatch(server, remote, direct);
 }

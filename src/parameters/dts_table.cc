@@ -47,11 +47,10 @@ std::string FirstModuleName(CIndexDBComm& db, int hostId, unsigned int shot,
   return IsDmodss(Cell(*rows, 0, kColModule)) ? "DMODSS0" : "DMOD0";
 }
 
-}  // namespace
-
-int ResolveDtsModule(CIndexDBComm& db, const char* dtsName, const char* module,
-                     unsigned int shot, unsigned short subShot, int tooLongStatus,
-                     DtsModule& out) {
+// Finds the unit's host id and the module name (QueryModuleTable).
+int ResolveDtsModule(CIndexDBComm& db, const ModuleKey& key, int tooLongStatus, DtsModule& out) {
+  const char* dtsName = key.dtsName;
+  const char* module = key.module;
   if (dtsName == nullptr) dtsName = "";
   const int hostId = HostId(db, dtsName);
   if (hostId < 0) {
@@ -66,9 +65,26 @@ int ResolveDtsModule(CIndexDBComm& db, const char* dtsName, const char* module,
   }
   out.hostId = hostId;
   out.name = std::strcmp(module, kUnknownModule) == 0
-                 ? FirstModuleName(db, hostId, shot, subShot)
+                 ? FirstModuleName(db, hostId, key.shot, key.subShot)
                  : module;
   return 0;
+}
+
+}  // namespace
+
+int QueryModuleTable(const char* server, const ModuleKey& key, int missing, const char* message,
+                     DtsModule& target, const TableUse& use) {
+  IndexSession session(server);
+  if (session.status() != 0) return session.status();
+  CIndexDBComm& db = session.db();
+  const int resolved = ResolveDtsModule(db, key, missing, target);
+  if (resolved != 0) return resolved;
+  const ResultPtr table(db.get_DTSTBL(target.hostId, target.name.c_str(), key.shot, key.subShot));
+  if (NothingFound(table.get())) {
+    if (message != nullptr) VerboseMessage("%s", message);
+    return missing;
+  }
+  return use(db, *table);
 }
 
 }  // namespace tovak

@@ -3,6 +3,7 @@
 #ifndef TOVAK_PARAMETERS_DTS_TABLE_H_
 #define TOVAK_PARAMETERS_DTS_TABLE_H_
 
+#include <functional>
 #include <string>
 
 #include "access/output_limits.h"
@@ -63,15 +64,23 @@ struct DtsModule {
   std::string name;
 };
 
-// Finds the host id of dtsName (host-id query, then CAMAC-id query) and the
-// module name: module as given, or for "NONAME" (and null) "DMODSS0" or
-// "DMOD0" after the kind of the host's first DTS table row, "NONAME" when
-// that row cannot be read. Returns 0, TOVAK_E_DTS_UNKNOWN when neither query
-// knows the unit, or tooLongStatus when module does not fit its 63
-// characters (no module of the table can have such a name).
-int ResolveDtsModule(CIndexDBComm& db, const char* dtsName, const char* module,
-                     unsigned int shot, unsigned short subShot, int tooLongStatus,
-                     DtsModule& out);
+// What a parameter lookup addresses.
+struct ModuleKey {
+  const char* dtsName;
+  const char* module;
+  unsigned int shot;
+  unsigned short subShot;
+};
+
+// The direct steps of both parameter lookups: session, module resolved into
+// target (host id by the host-id, else the CAMAC-id query; "NONAME" or null
+// is "DMODSS0" or "DMOD0" after the host's first table row, or stays), query
+// of its DTS table. Returns use(db, table), the open-failure status,
+// TOVAK_E_DTS_UNKNOWN, or `missing` (and `message` when not null) for no
+// table or a module name beyond 63 characters.
+using TableUse = std::function<int(CIndexDBComm& db, const CRDBres& table)>;
+int QueryModuleTable(const char* server, const ModuleKey& key, int missing, const char* message,
+                     DtsModule& target, const TableUse& use);
 
 }  // namespace tovak
 

@@ -6,6 +6,7 @@
 #include "tovak/param_set.h"
 #include "tovak/tovak.h"
 
+namespace tovak {
 namespace {
 
 constexpr int kNameWidth = 64;
@@ -76,13 +77,14 @@ int ExportParameters(const char* server, const char* dtsName, const char* module
 }
 
 }  // namespace
+}  // namespace tovak
 
 int tovakGetDTSParameters(const char* server, const char* dtsName, const char* module,
                           unsigned int shot, unsigned short subShot, unsigned short channel,
                           unsigned short recordCount, void* names, void* values, int* tags,
                           bool flat) {
-  return ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
-                          {names, kNameWidth, values, kValueWidth, tags, flat});
+  return tovakGetDTSParameters_s(server, dtsName, module, shot, subShot, channel, recordCount,
+                                 names, tovak::kNameWidth, values, tovak::kValueWidth, tags, flat);
 }
 
 int tovakGetDTSParameters_s(const char* server, const char* dtsName, const char* module,
@@ -90,16 +92,16 @@ int tovakGetDTSParameters_s(const char* server, const char* dtsName, const char*
                             unsigned short channel, unsigned short recordCount, void* names,
                             int nameWidth, void* values, int valueWidth, int* tags,
                             bool flat) {
-  return ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
-                          {names, nameWidth, values, valueWidth, tags, flat});
+  return tovak::ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
+                                 {names, nameWidth, values, valueWidth, tags, flat});
 }
 
 int tovakGetDTSParameters2(const char* server, const char* dtsName, const char* module,
                            unsigned int shot, unsigned short subShot, unsigned short channel,
                            unsigned short recordCount, void* names, void* values,
                            int* tags) {
-  return ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
-                          {names, kNameWidth, values, kValueWidth, tags, true});
+  return tovakGetDTSParameters2_s(server, dtsName, module, shot, subShot, channel, recordCount,
+                                  names, tovak::kNameWidth, values, tovak::kValueWidth, tags);
 }
 
 int tovakGetDTSParameters2_s(const char* server, const char* dtsName, const char* module,
@@ -107,6 +109,6 @@ int tovakGetDTSParameters2_s(const char* server, const char* dtsName, const char
                              unsigned short channel, unsigned short recordCount,
                              void* names, int nameWidth, void* values, int valueWidth,
                              int* tags) {
-  return ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
-                          {names, nameWidth, values, valueWidth, tags, true});
+  return tovak::ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
+                                 {names, nameWidth, values, valueWidth, tags, true});
 }

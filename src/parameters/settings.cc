@@ -9,36 +9,35 @@
 #include "parameters/dts_table.h"
 #include "tovak/tovak.h"
 
+namespace tovak {
 namespace {
-
-using tovak::Cell;
 
 constexpr int kCloseRequested = 1;
 
-tovak::CloseMode CloseModeFor(int close) {
-  return close == kCloseRequested ? tovak::CloseMode::kAlways : tovak::CloseMode::kNever;
+CloseMode CloseModeFor(int close) {
+  return close == kCloseRequested ? CloseMode::kAlways : CloseMode::kNever;
 }
 
 double ParseDouble(const char* text) { return std::strtod(text, nullptr); }
 
 DTSchSettings ChannelFromRow(const CRDBres& rows, int row) {
   DTSchSettings channel;
-  channel.column0 = tovak::ParseInt32(Cell(rows, row, 0));
+  channel.column0 = ParseInt32(Cell(rows, row, 0));
   channel.column1 = ParseDouble(Cell(rows, row, 1));
   channel.column2 = ParseDouble(Cell(rows, row, 2));
   channel.column3 = ParseDouble(Cell(rows, row, 3));
-  channel.column4 = tovak::ParseInt32(Cell(rows, row, 4));
-  channel.column5 = tovak::ParseInt32(Cell(rows, row, 5));
-  channel.column6 = tovak::ParseInt32(Cell(rows, row, 6));
-  channel.column7 = tovak::ParseInt32(Cell(rows, row, 7));
+  channel.column4 = ParseInt32(Cell(rows, row, 4));
+  channel.column5 = ParseInt32(Cell(rows, row, 5));
+  channel.column6 = ParseInt32(Cell(rows, row, 6));
+  channel.column7 = ParseInt32(Cell(rows, row, 7));
   return channel;
 }
 
 // Keys longer than their 63 characters are cut.
 DTSmodule ModuleFromRow(const CRDBres& rows, int row) {
   DTSmodule module;
-  tovak::CopyBounded(module.key1, Cell(rows, row, 0), sizeof module.key1);
-  tovak::CopyBounded(module.key2, Cell(rows, row, 1), sizeof module.key2);
+  CopyBounded(module.key1, Cell(rows, row, 0), sizeof module.key1);
+  CopyBounded(module.key2, Cell(rows, row, 1), sizeof module.key2);
   return module;
 }
 
@@ -47,14 +46,14 @@ DTSmodule ModuleFromRow(const CRDBres& rows, int row) {
 // 0; any other status is returned and the outputs are left alone.
 template <class Record, class FromRow>
 int DeliverRows(const CRDBres* rows, Record** out, int* count, FromRow fromRow) {
-  const int status = tovak::ResultStatus(rows);
+  const int status = ResultStatus(rows);
   if (status == -2) {
     *out = nullptr;
     *count = 0;
     return 0;
   }
   if (status != 0) return status;
-  const int n = tovak::RowCount(rows);
+  const int n = RowCount(rows);
   auto array = std::make_unique<Record[]>(static_cast<size_t>(n));
   for (int i = 0; i < n; ++i) array[i] = fromRow(*rows, i);
   *out = array.release();
@@ -91,27 +90,31 @@ void CloseIfCreated(CRDBComm* db) {
 }
 
 }  // namespace
+}  // namespace tovak
 
 int tovakGetDTSchSettings(const char* server, const char* key1, const char* key2,
                           unsigned int shot, unsigned short subshot, DTSchSettings** out,
                           int* count, int close) {
-  tovak::IndexSession session(server, nullptr, CloseModeFor(close));
+  using namespace tovak;
+  IndexSession session(server, nullptr, CloseModeFor(close));
   if (session.status() != 0) return session.status();
-  const tovak::ResultPtr rows(session.db().get_dmod_diag_shot(key1, key2, shot, subshot));
+  const ResultPtr rows(session.db().get_dmod_diag_shot(key1, key2, shot, subshot));
   return DeliverRows(rows.get(), out, count, ChannelFromRow);
 }
 
 int tovakGetDTSdiagShot(const char* server, const char* diag, unsigned int shot,
                         unsigned short subshot, DTSmodule** out, int* count, int close) {
-  tovak::SetupSession session(server, CloseModeFor(close));
+  using namespace tovak;
+  SetupSession session(server, CloseModeFor(close));
   if (session.status() != 0) return session.status();
-  const tovak::ResultPtr rows(session.db().get_dmod_diag_shot(diag, shot, subshot));
+  const ResultPtr rows(session.db().get_dmod_diag_shot(diag, shot, subshot));
   return DeliverRows(rows.get(), out, count, ModuleFromRow);
 }
 
 int tovakGetDTSsettings(const char* setupServer, const char* indexServer, const char* diag,
                         unsigned int shot, unsigned short subshot, DTSsettings** out,
                         int* count, int close) {
+  using namespace tovak;
   int status = 0;
   {
     DTSmodule* rawModules = nullptr;

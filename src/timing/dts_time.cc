@@ -2,7 +2,9 @@
 
 #include <cstring>
 
+#include "access/session.h"
 #include "access/text.h"
+#include "timing/sampling.h"
 #include "timing/wrapping.h"
 
 namespace tovak {
@@ -40,6 +42,17 @@ int64_t DtsTime(const DtsRow& row, bool dmodss) {
   if (dmodss) ticks = WrapAdd(ticks, row.delay3);
   const int64_t fromZero = int64_t{ticks} - kDtsOriginSeconds * int64_t{row.baseRate};
   return WrapMul(fromZero, tickLength);
+}
+
+int QueryOutputRows(const char* server, const DtsOutput& output, unsigned int shot,
+                    unsigned short subShot, RowsFailed failed, const RowsUse& use) {
+  IndexSession session(server);
+  if (session.status() != TOVAK_OK) return session.status();
+  const int hostId = get_dmod_host_id(&session.db(), output.dtsType, output.dtsHost);
+  if (hostId < 0) return failed(output, hostId);
+  const ResultPtr rows(session.db().get_DTS_parameters(shot, subShot, hostId, output.module));
+  if (NothingFound(rows.get())) return failed(output, hostId);
+  return use(hostId, *rows);
 }
 
 }  // namespace tovak

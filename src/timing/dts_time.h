@@ -1,5 +1,5 @@
-// Reading the DTS parameter table: which row an output name selects, and the
-// time at which an output starts.
+// Reading the DTS parameter table: the rows of an output's module, which row
+// an output name selects, and the time at which an output starts.
 //
 // get_DTS_parameters answers one row per output of a DTS module, in output
 // number order (row n - 1 is output n). Its columns, all decimal integers:
@@ -16,11 +16,13 @@
 #define TOVAK_TIMING_DTS_TIME_H_
 
 #include <cstdint>
-#include <string_view>
+#include <functional>
 
 #include "tovak/rdb.h"
 
 namespace tovak {
+
+struct DtsOutput;  // timing/sampling.h
 
 constexpr int64_t kPicosecondsPerNanosecond = 1000;
 constexpr int64_t kPicosecondsPerSecond = 1000000000000;
@@ -30,6 +32,14 @@ constexpr int64_t kDefaultClockCycle = 100000;
 constexpr int64_t kDtsOriginSeconds = 120;
 // "CLK_OUT" runs from the origin of the DTS counts.
 constexpr int64_t kDtsOriginPicoseconds = -kDtsOriginSeconds * kPicosecondsPerSecond;
+
+// The direct steps of both sampling back ends to an output's DTS rows:
+// session, unit id, query. Returns use(hostId, rows), the open-failure
+// status, or failed(output, hostId) for no unit id (hostId < 0) or no rows.
+using RowsUse = std::function<int(int hostId, const CRDBres& rows)>;
+using RowsFailed = int (*)(const DtsOutput& output, int hostId);
+int QueryOutputRows(const char* server, const DtsOutput& output, unsigned int shot,
+                    unsigned short subShot, RowsFailed failed, const RowsUse& use);
 
 // The number of the DTS output a name selects. A name that begins with
 // outputLetter ("D" for a clock output, "T" for a trigger output) carries
@@ -62,14 +72,6 @@ int64_t OutputClockCycle(const DtsRow& row);
 // seconds are subtracted in ticks before scaling. The caller checks the base
 // rate is not 0. dmodss: the module is of the "DMODSS" class (checkFPGA).
 int64_t DtsTime(const DtsRow& row, bool dmodss);
-
-// A text as a view; null reads as the empty text.
-inline std::string_view View(const char* text) {
-  return text == nullptr ? std::string_view() : std::string_view(text);
-}
-
-// A text for a message; null prints as the empty text.
-inline const char* Printable(const char* text) { return text == nullptr ? "" : text; }
 
 }  // namespace tovak
 

@@ -21,20 +21,20 @@ struct DtsOutput {
 // source or from the clock output's row for an "External" one. For an
 // external clock it also sets clockStart, and triggerTime when the trigger
 // comes from the clock's own module. Outputs not computed keep their value.
-int SamplingCycleV1(const char* server, const DtsOutput& clock, const DtsOutput& trigger,
-                    int* sampInterval, unsigned int shot, unsigned short subShot,
-                    const char* clockSource, const char* internalClock,
-                    const char* cycleMultiplier, int64_t* sampPeriod, int64_t* clockStart,
-                    int64_t* triggerTime, int64_t* clockCycle);
+int DirectSamplingCycle(const char* server, const DtsOutput& clock, const DtsOutput& trigger,
+                        int* sampInterval, unsigned int shot, unsigned short subShot,
+                        const char* clockSource, const char* internalClock,
+                        const char* cycleMultiplier, int64_t* sampPeriod, int64_t* clockStart,
+                        int64_t* triggerTime, int64_t* clockCycle);
 
 // Time of sample 0: the trigger time (looked up when *triggerTime is
 // TOVAK_TIME_UNKNOWN), moved to one period before the start of an external
 // clock that starts later, less preSample periods. With fromClockStart, one
 // period before the clock start alone.
-int Sampling0TimingV1(const char* server, bool fromClockStart, const DtsOutput& trigger,
-                      unsigned int shot, unsigned short subShot, const char* clockSource,
-                      const char* preSample, int64_t sampPeriod, int64_t clockStart,
-                      int64_t* triggerTime, int64_t* firstSampleTime);
+int DirectSampling0Timing(const char* server, bool fromClockStart, const DtsOutput& trigger,
+                          unsigned int shot, unsigned short subShot, const char* clockSource,
+                          const char* preSample, int64_t sampPeriod, int64_t clockStart,
+                          int64_t* triggerTime, int64_t* firstSampleTime);
 
 }  // namespace tovak
 

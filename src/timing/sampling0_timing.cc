@@ -13,6 +13,15 @@ namespace {
 
 bool IsExternal(const char* clockSource) { return View(clockSource) == "External"; }
 
+int TriggerRowsFailed(const DtsOutput& trigger, int hostId) {
+  if (hostId < 0) {
+    VerboseMessage("DTS ID not found for %s\n", Printable(trigger.dtsHost));
+    return TOVAK_E_DTS_UNKNOWN;
+  }
+  VerboseMessage("DTS Info not Found [DTSid=%d][module=%s]\n", hostId, Printable(trigger.module));
+  return TOVAK_E_NO_DTS_INFO;
+}
+
 // The start time of the trigger output, from its row of the DTS parameter
 // table. An output number beyond the module's rows is reported like a
 // missing row.
@@ -20,49 +29,39 @@ int LookUpTriggerTime(const char* server, const DtsOutput& trigger, unsigned int
                       unsigned short subShot, int64_t* triggerTime) {
   const int32_t number = OutputNumber(trigger.output, 'T');
   if (number <= 0) return TOVAK_E_TRIGGER_OUTPUT;
-
-  IndexSession session(server);
-  if (session.status() != TOVAK_OK) return session.status();
-  const int hostId = get_dmod_host_id(&session.db(), trigger.dtsType, trigger.dtsHost);
-  if (hostId < 0) {
-    VerboseMessage("DTS ID not found for %s\n", Printable(trigger.dtsHost));
-    return TOVAK_E_DTS_UNKNOWN;
-  }
-  const bool dmodss = checkFPGA(trigger.module);
-  const ResultPtr rows(session.db().get_DTS_parameters(shot, subShot, hostId, trigger.module));
-  if (NothingFound(rows.get()) || number > RowCount(rows.get())) {
-    VerboseMessage("DTS Info not Found [DTSid=%d][module=%s]\n", hostId,
-                   Printable(trigger.module));
-    return TOVAK_E_NO_DTS_INFO;
-  }
-  const DtsRow row = ReadDtsRow(*rows, number - 1);
-  if (row.baseRate == 0) {
-    VerboseMessage("DTS Info not Found for Baserate [DTSid=%d][module=%s]\n", hostId,
-                   Printable(trigger.module));
-    return TOVAK_E_NO_DTS_INFO;
-  }
-  *triggerTime = DtsTime(row, dmodss);
-  return TOVAK_OK;
+  const auto use = [&](int hostId, const CRDBres& rows) -> int {
+    if (number > RowCount(&rows)) return TriggerRowsFailed(trigger, hostId);
+    const DtsRow row = ReadDtsRow(rows, number - 1);
+    if (row.baseRate == 0) {
+      VerboseMessage("DTS Info not Found for Baserate [DTSid=%d][module=%s]\n", hostId,
+                     Printable(trigger.module));
+      return TOVAK_E_NO_DTS_INFO;
+    }
+    *triggerTime = DtsTime(row, checkFPGA(trigger.module));
+    return TOVAK_OK;
+  };
+  return QueryOutputRows(server, trigger, shot, subShot, TriggerRowsFailed, use);
 }
 
-int RemoteSampling0Timing(const char* server, bool fromClockStart, const char* trgDtsType,
-                          const char* trgDtsHost, const char* trgModule, const char* trgOutput,
-                          unsigned int shot, unsigned short subShot, const char* clockSource,
-                          const char* preSample, int64_t sampPeriod, int64_t clockStart,
-                          int64_t* triggerTime, int64_t* firstSampleTime) {
-  return WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
+// The remote call of both front ends, for the connected client.
+auto RemoteSampling0Timing(bool fromClockStart, const char* trgDtsType, const char* trgDtsHost,
+                           const char* trgModule, const char* trgOutput, unsigned int shot,
+                           unsigned short subShot, const char* clockSource, const char* preSample,
+                           int64_t sampPeriod, int64_t clockStart, int64_t* triggerTime,
+                           int64_t* firstSampleTime) {
+  return [=](CmonoMirvoDataClient& client) {
     return client.Sampling0Timing(fromClockStart ? 1 : 0, trgDtsType, trgDtsHost, trgModule,
                                   trgOutput, shot, subShot, clockSource, preSample, sampPeriod,
                                   clockStart, *triggerTime, triggerTime, firstSampleTime);
-  });
+  };
 }
 
 }  // namespace
 
-int Sampling0TimingV1(const char* server, bool fromClockStart, const DtsOutput& trigger,
-                      unsigned int shot, unsigned short subShot, const char* clockSource,
-                      const char* preSample, int64_t sampPeriod, int64_t clockStart,
-                      int64_t* triggerTime, int64_t* firstSampleTime) {
+int DirectSampling0Timing(const char* server, bool fromClockStart, const DtsOutput& trigger,
+                          unsigned int shot, unsigned short subShot, const char* clockSource,
+                          const char* preSample, int64_t sampPeriod, int64_t clockStart,
+                          int64_t* triggerTime, int64_t* firstSampleTime) {
   if (fromClockStart) {
     if (!IsExternal(clockSource)) return TOVAK_E_NOT_SUPPORTED;
     *firstSampleTime = WrapSub(clockStart, sampPeriod);
@@ -92,16 +91,17 @@ int tovakSampling0Timing(const char* server, bool fromClockStart, const char* tr
                          unsigned int shot, unsigned short subShot, const char* clockSource,
                          const char* preSample, int64_t sampPeriod, int64_t clockStart,
                          int64_t* triggerTime, int64_t* firstSampleTime) {
-  if (isTovakProtocolV2(server)) {
-    return tovak::RemoteSampling0Timing(server, fromClockStart, trgDtsType, trgDtsHost,
-                                        trgModule, trgOutput, shot, subShot, clockSource,
-                                        preSample, sampPeriod, clockStart, triggerTime,
-                                        firstSampleTime);
-  }
-  const tovak::DtsOutput trigger{trgDtsType, trgDtsHost, trgModule, trgOutput};
-  return tovak::Sampling0TimingV1(server, fromClockStart, trigger, shot, subShot, clockSource,
-                                  preSample, sampPeriod, clockStart, triggerTime,
-                                  firstSampleTime);
+  using namespace tovak;
+  const auto direct = [&] {
+    const DtsOutput trigger{trgDtsType, trgDtsHost, trgModule, trgOutput};
+    return DirectSampling0Timing(server, fromClockStart, trigger, shot, subShot, clockSource,
+                                 preSample, sampPeriod, clockStart, triggerTime, firstSampleTime);
+  };
+  return Dispatch(server,
+                  RemoteSampling0Timing(fromClockStart, trgDtsType, trgDtsHost, trgModule,
+                                        trgOutput, shot, subShot, clockSource, preSample,
+                                        sampPeriod, clockStart, triggerTime, firstSampleTime),
+                  direct);
 }
 
 int V2tovakSampling0Timing(const char* server, bool fromClockStart, const char* trgDtsType,
@@ -110,8 +110,8 @@ int V2tovakSampling0Timing(const char* server, bool fromClockStart, const char* 
                            const char* clockSource, const char* preSample, int64_t sampPeriod,
                            int64_t clockStart, int64_t* triggerTime,
                            int64_t* firstSampleTime) {
-  return tovak::RemoteSampling0Timing(server, fromClockStart, trgDtsType, trgDtsHost,
-                                      trgModule, trgOutput, shot, subShot, clockSource,
-                                      preSample, sampPeriod, clockStart, triggerTime,
-                                      firstSampleTime);
+  return tovak::WithRemoteClient(
+      server, tovak::RemoteSampling0Timing(fromClockStart, trgDtsType, trgDtsHost, trgModule,
+                                           trgOutput, shot, subShot, clockSource, preSample,
+                                           sampPeriod, clockStart, triggerTime, firstSampleTime));
 }

@@ -61,6 +61,17 @@ void TriggerOnClockModule(const CRDBres& rows, const DtsOutput& trigger, bool dm
   if (row.baseRate != 0) *triggerTime = DtsTime(row, dmodss);
 }
 
+int ClockRowsFailed(const DtsOutput& clock, int hostId) {
+  if (hostId < 0) {
+    VerboseMessage("CLK ID(%d) not found for %s:(%s)\n", hostId, Printable(clock.dtsType),
+                   Printable(clock.dtsHost));
+    return TOVAK_E_CLOCK_ID;
+  }
+  VerboseMessage("DTS Info not Found [CLK %s:%s]\n", Printable(clock.dtsHost),
+                 Printable(clock.module));
+  return TOVAK_E_CLOCK_PARAMS;
+}
+
 // A clock from an output of a DTS module.
 int ExternalClockCycle(const char* server, const DtsOutput& clock, const DtsOutput& trigger,
                        unsigned int shot, unsigned short subShot, int64_t* clockStart,
@@ -68,49 +79,36 @@ int ExternalClockCycle(const char* server, const DtsOutput& clock, const DtsOutp
   const int32_t number = OutputNumber(clock.output, 'D');
   if (number < 0) return TOVAK_E_CLOCK_OUTPUT;
   const bool dmodss = checkFPGA(clock.module);
-
-  IndexSession session(server);
-  if (session.status() != TOVAK_OK) return session.status();
-  const int hostId = get_dmod_host_id(&session.db(), clock.dtsType, clock.dtsHost);
-  if (hostId < 0) {
-    VerboseMessage("CLK ID(%d) not found for %s:(%s)\n", hostId, Printable(clock.dtsType),
-                   Printable(clock.dtsHost));
-    return TOVAK_E_CLOCK_ID;
-  }
-  const ResultPtr rows(session.db().get_DTS_parameters(shot, subShot, hostId, clock.module));
-  if (NothingFound(rows.get())) {
-    VerboseMessage("DTS Info not Found [CLK %s:%s]\n", Printable(clock.dtsHost),
-                   Printable(clock.module));
-    return TOVAK_E_CLOCK_PARAMS;
-  }
-  if (number > RowCount(rows.get())) return TOVAK_E_CLOCK_OUTPUT;
-
-  if (number == 0) {
-    *cycle = kDefaultClockCycle;
-  } else if (IsClkOut(clock.output)) {
-    *clockStart = kDtsOriginPicoseconds;
-    *cycle = kDefaultClockCycle;
-  } else {
-    const DtsRow row = ReadDtsRow(*rows, number - 1);
-    if (row.baseRate == 0) {
-      VerboseMessage("DTS Info not Found for Baserate [CLK %s:%s]\n", Printable(clock.dtsHost),
-                     Printable(clock.module));
-      return TOVAK_E_CLOCK_PARAMS;
+  const auto use = [&](int, const CRDBres& rows) -> int {
+    if (number > RowCount(&rows)) return TOVAK_E_CLOCK_OUTPUT;
+    if (number == 0) {
+      *cycle = kDefaultClockCycle;
+    } else if (IsClkOut(clock.output)) {
+      *clockStart = kDtsOriginPicoseconds;
+      *cycle = kDefaultClockCycle;
+    } else {
+      const DtsRow row = ReadDtsRow(rows, number - 1);
+      if (row.baseRate == 0) {
+        VerboseMessage("DTS Info not Found for Baserate [CLK %s:%s]\n", Printable(clock.dtsHost),
+                       Printable(clock.module));
+        return TOVAK_E_CLOCK_PARAMS;
+      }
+      *cycle = OutputClockCycle(row);
+      *clockStart = DtsTime(row, dmodss);
     }
-    *cycle = OutputClockCycle(row);
-    *clockStart = DtsTime(row, dmodss);
-  }
-  if (SameModule(trigger, clock)) TriggerOnClockModule(*rows, trigger, dmodss, triggerTime);
-  return TOVAK_OK;
+    if (SameModule(trigger, clock)) TriggerOnClockModule(rows, trigger, dmodss, triggerTime);
+    return TOVAK_OK;
+  };
+  return QueryOutputRows(server, clock, shot, subShot, ClockRowsFailed, use);
 }
 
 }  // namespace
 
-int SamplingCycleV1(const char* server, const DtsOutput& clock, const DtsOutput& trigger,
-                    int* sampInterval, unsigned int shot, unsigned short subShot,
-                    const char* clockSource, const char* internalClock,
-                    const char* cycleMultiplier, int64_t* sampPeriod, int64_t* clockStart,
-                    int64_t* triggerTime, int64_t* clockCycle) {
+int DirectSamplingCycle(const char* server, const DtsOutput& clock, const DtsOutput& trigger,
+                        int* sampInterval, unsigned int shot, unsigned short subShot,
+                        const char* clockSource, const char* internalClock,
+                        const char* cycleMultiplier, int64_t* sampPeriod, int64_t* clockStart,
+                        int64_t* triggerTime, int64_t* clockCycle) {
   const std::string_view source = View(clockSource);
   int64_t cycle = 0;
   int status;
@@ -139,18 +137,19 @@ int tovakSamplingCycle(const char* server, const char* clkDtsType, const char* c
                        const char* clockSource, const char* internalClock,
                        const char* cycleMultiplier, int64_t* sampPeriod, int64_t* clockStart,
                        int64_t* triggerTime, int64_t* clockCycle) {
-  if (isTovakProtocolV2(server)) {
-    return tovak::WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
-      return client.SamplingCycle(clkDtsType, clkDtsHost, clkModule, clkOutput, trgDtsType,
-                                  trgDtsHost, trgModule, trgOutput, *sampInterval, shot,
-                                  subShot, clockSource, internalClock, cycleMultiplier,
-                                  sampInterval, sampPeriod, clockStart, triggerTime,
-                                  clockCycle);
-    });
-  }
-  const tovak::DtsOutput clock{clkDtsType, clkDtsHost, clkModule, clkOutput};
-  const tovak::DtsOutput trigger{trgDtsType, trgDtsHost, trgModule, trgOutput};
-  return tovak::SamplingCycleV1(server, clock, trigger, sampInterval, shot, subShot,
-                                clockSource, internalClock, cycleMultiplier, sampPeriod,
-                                clockStart, triggerTime, clockCycle);
+  using namespace tovak;
+  const auto remote = [&](CmonoMirvoDataClient& client) {
+    return client.SamplingCycle(clkDtsType, clkDtsHost, clkModule, clkOutput, trgDtsType,
+                                trgDtsHost, trgModule, trgOutput, *sampInterval, shot, subShot,
+                                clockSource, internalClock, cycleMultiplier, sampInterval,
+                                sampPeriod, clockStart, triggerTime, clockCycle);
+  };
+  const auto direct = [&] {
+    const DtsOutput clock{clkDtsType, clkDtsHost, clkModule, clkOutput};
+    const DtsOutput trigger{trgDtsType, trgDtsHost, trgModule, trgOutput};
+    return DirectSamplingCycle(server, clock, trigger, sampInterval, shot, subShot, clockSource,
+                               internalClock, cycleMultiplier, sampPeriod, clockStart, triggerTime,
+                               clockCycle);
+  };
+  return Dispatch(server, remote, direct);
 }

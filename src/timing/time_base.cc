@@ -12,15 +12,17 @@
 namespace tovak {
 namespace {
 
-// Writes one value in seconds, double or float, to a caller's variable.
-void StoreSeconds(void* out, int64_t picoseconds, bool doublePrecision) {
+// Writes a value in seconds to a caller's variable: the double or the float.
+void Store(void* out, double seconds, float narrowed, bool doublePrecision) {
   if (doublePrecision) {
-    const double seconds = SecondsDouble(picoseconds);
     std::memcpy(out, &seconds, sizeof seconds);
   } else {
-    const float seconds = SecondsFloat(picoseconds);
-    std::memcpy(out, &seconds, sizeof seconds);
+    std::memcpy(out, &narrowed, sizeof narrowed);
   }
+}
+
+void StoreSeconds(void* out, int64_t picoseconds, bool doublePrecision) {
+  Store(out, SecondsDouble(picoseconds), SecondsFloat(picoseconds), doublePrecision);
 }
 
 // Both lines use the number of decimals that shows the period.
@@ -40,16 +42,16 @@ int ComputeTimeBase(const TimeBaseRequest& request, int* sampInterval, int64_t* 
   int64_t clockStart = TOVAK_TIME_UNKNOWN;
   int64_t triggerTime = TOVAK_TIME_UNKNOWN;
   int64_t clockCycle = TOVAK_TIME_UNKNOWN;
-  int status = SamplingCycleV1(request.server, request.clock, request.trigger, sampInterval,
-                               request.shot, request.subShot, request.clockSource,
-                               request.internalClock, request.cycleMultiplier, &sampPeriod,
-                               &clockStart, &triggerTime, &clockCycle);
+  int status = DirectSamplingCycle(request.server, request.clock, request.trigger, sampInterval,
+                                   request.shot, request.subShot, request.clockSource,
+                                   request.internalClock, request.cycleMultiplier, &sampPeriod,
+                                   &clockStart, &triggerTime, &clockCycle);
   if (status != TOVAK_OK) return status;
 
   int64_t firstSample = TOVAK_TIME_UNKNOWN;
-  status = Sampling0TimingV1(request.server, false, request.trigger, request.shot,
-                             request.subShot, request.clockSource, request.preSample,
-                             sampPeriod, clockStart, &triggerTime, &firstSample);
+  status = DirectSampling0Timing(request.server, false, request.trigger, request.shot,
+                                 request.subShot, request.clockSource, request.preSample,
+                                 sampPeriod, clockStart, &triggerTime, &firstSample);
   if (status != TOVAK_OK) return status;
 
   // An axis ending at sample lastSample skips the samples before it.
@@ -68,12 +70,7 @@ void DeliverTimeBase(int64_t period, int64_t delay, const TimeBaseOutputs& outpu
   if (outputs.quiet == 0) PrintTimeBase(cycle, SecondsDouble(delay));
 
   if (outputs.cycleOut != nullptr) {
-    if (doublePrecision) {
-      std::memcpy(outputs.cycleOut, &cycle, sizeof cycle);
-    } else {
-      const float narrowed = static_cast<float>(cycle);
-      std::memcpy(outputs.cycleOut, &narrowed, sizeof narrowed);
-    }
+    Store(outputs.cycleOut, cycle, static_cast<float>(cycle), doublePrecision);
   }
 
   if (outputs.timeAxis == nullptr) {
@@ -97,48 +94,34 @@ int tovakGetDTSdatax2_ex(const char* server, const char* trgDtsType, const char*
                          const char* trgModule, const char* trgOutput, const char* clkDtsType,
                          const char* clkDtsHost, const char* clkModule, const char* clkOutput,
                          int* sampInterval, int64_t sampleCount, unsigned int shot,
-                         unsigned short subShot, const char* clockSource,
-                         const char* internalClock, const char* cycleMultiplier,
-                         const char* preSample, int64_t lastSample, short quiet,
-                         int doublePrecision, void* timeAxis, void* cycleOut, void* delayOut) {
+                         unsigned short subShot, const char* clockSource, const char* internalClock,
+                         const char* cycleMultiplier, const char* preSample, int64_t lastSample,
+                         short quiet, int doublePrecision, void* timeAxis, void* cycleOut,
+                         void* delayOut) {
+  using namespace tovak;
   int64_t period = TOVAK_TIME_UNKNOWN;
   int64_t delay = TOVAK_TIME_UNKNOWN;
-  int status;
-  if (isTovakProtocolV2(server)) {
-    status = tovak::WithRemoteClient(server, [&](CmonoMirvoDataClient& client) {
-      int interval = *sampInterval;
-      const int remote = client.GetDTSdatax2(
-          trgDtsType, trgDtsHost, trgModule, trgOutput, clkDtsType, clkDtsHost, clkModule,
-          clkOutput, *sampInterval, sampleCount, shot, subShot, clockSource, internalClock,
-          cycleMultiplier, preSample, lastSample, &interval, &period, &delay);
-      if (remote == TOVAK_OK) *sampInterval = interval;
-      return remote;
-    });
-  } else {
-    tovak::TimeBaseRequest request;
-    request.server = server;
-    request.trigger = {trgDtsType, trgDtsHost, trgModule, trgOutput};
-    request.clock = {clkDtsType, clkDtsHost, clkModule, clkOutput};
-    request.sampleCount = sampleCount;
-    request.shot = shot;
-    request.subShot = subShot;
-    request.clockSource = clockSource;
-    request.internalClock = internalClock;
-    request.cycleMultiplier = cycleMultiplier;
-    request.preSample = preSample;
-    request.lastSample = lastSample;
-    status = tovak::ComputeTimeBase(request, sampInterval, &period, &delay);
-  }
+  const auto remote = [&](CmonoMirvoDataClient& client) {
+    int interval = *sampInterval;
+    const int status = client.GetDTSdatax2(
+        trgDtsType, trgDtsHost, trgModule, trgOutput, clkDtsType, clkDtsHost, clkModule, clkOutput,
+        *sampInterval, sampleCount, shot, subShot, clockSource, internalClock, cycleMultiplier,
+        preSample, lastSample, &interval, &period, &delay);
+    if (status == TOVAK_OK) *sampInterval = interval;
+    return status;
+  };
+  const auto direct = [&] {
+    const DtsOutput trigger{trgDtsType, trgDtsHost, trgModule, trgOutput};
+    const DtsOutput clock{clkDtsType, clkDtsHost, clkModule, clkOutput};
+    const TimeBaseRequest request{server,    trigger,     clock,         sampleCount,     shot,
+                                  subShot,   clockSource, internalClock, cycleMultiplier, preSample,
+                                  lastSample};
+    return ComputeTimeBase(request, sampInterval, &period, &delay);
+  };
+  const int status = Dispatch(server, remote, direct);
   if (status != TOVAK_OK) return status;
-
-  tovak::TimeBaseOutputs outputs;
-  outputs.quiet = quiet;
-  outputs.doublePrecision = doublePrecision;
-  outputs.sampleCount = sampleCount;
-  outputs.preSample = preSample;
-  outputs.timeAxis = timeAxis;
-  outputs.cycleOut = cycleOut;
-  outputs.delayOut = delayOut;
-  tovak::DeliverTimeBase(period, delay, outputs);
+  const TimeBaseOutputs outputs{quiet,    doublePrecision, sampleCount, preSample,
+                                timeAxis, cycleOut,        delayOut};
+  DeliverTimeBase(period, delay, outputs);
   return TOVAK_OK;
 }

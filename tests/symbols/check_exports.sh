@@ -37,7 +37,7 @@ for name in "${cxx[@]}"; do
   fi
 done
 
-local_only=(V1tovakGetDTSinfox V1tovakGetDTSinfoCLK V2tovakGetDTSinfoCLK V1getDTSParameters)
+local_only=(DirectSamplingCycle DirectSampling0Timing QueryModuleTable QueryOutputRows)
 for name in "${local_only[@]}"; do
   if grep -Eq "(^|[^A-Za-z0-9_])$name([^A-Za-z0-9_]|$)" <<<"$defined"$'\n'"$demangled"; then
     echo "exported but local to the library: $name"
