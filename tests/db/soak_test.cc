@@ -34,8 +34,8 @@ bool Lookup(int i) {
   int tags[41];
   switch (i % 3) {
     case 0:
-      return tovakGetDTSinfox("Magnetics", 120100, 1, 1, 3, nullptr, t[0], t[1], t[2], &s[0],
-                              &s[1], &n[0], &n[1], t[3], &n[2], &n[3], &n[4], t[4]) == 0 &&
+      return tovakGetDTSinfox("Magnetics", 120100, 1, 1, 3, nullptr, t[0], t[1], t[2], &s[0], &s[1],
+                              &n[0], &n[1], t[3], &n[2], &n[3], &n[4], t[4]) == 0 &&
              n[2] == 1000;
     case 1:
       return tovakGetDTSinfoCLK("ECE", 120100, 1, 1, 5, nullptr, t[0], t[1], t[2], t[3], t[4],

@@ -84,8 +84,10 @@ INSTANTIATE_TEST_SUITE_P(DemoSites, DifferentialTest, ::testing::Values("ubo", "
       const Answer answer = questions[i](site.c_str());
       ++calls;
       if (answer.status <= TOVAK_E_NO_REMOTE && answer.status >= TOVAK_E_REMOTE_BUSY) {
-        if (++failures <= 5) std::fprintf(stderr, "failure %d: %s\n", answer.status, &answer.call[0]);
-      } else if (const std::string m = Mismatch(known[i], answer); !m.empty() && ++mismatches <= 5) {
+        if (++failures <= 5)
+          std::fprintf(stderr, "failure %d: %s\n", answer.status, answer.call.c_str());
+      } else if (const std::string m = Mismatch(known[i], answer);
+                 !m.empty() && ++mismatches <= 5) {
         std::fprintf(stderr, "mismatch: %s\n", m.c_str());
       }
     }
@@ -99,7 +101,8 @@ class LoadTest : public RemoteAnswers, public ::testing::WithParamInterface<int>
 
 TEST_P(LoadTest, EveryCallIsAnsweredWithTheAnswerToItsOwnQuestion) {
   constexpr int kClients = 4, kRounds = 2;
-  ServerProcess server(dir_, "server", "anonymous = allow\nworkers = " + std::to_string(GetParam()));
+  ServerProcess server(dir_, "server",
+                       "anonymous = allow\nworkers = " + std::to_string(GetParam()));
   ASSERT_TRUE(server.listening()) << server.Log();
   const char* const sites[] = {"ubo", "tsu", "odd"};  // an answer mixed up between them differs
   std::vector<std::pair<pid_t, int>> clients;

@@ -1,6 +1,8 @@
 #include "remote/harness.h"
 
 #include <fcntl.h>
+#include <grpcpp/create_channel.h>
+#include <grpcpp/generic/generic_stub.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
@@ -9,8 +11,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <grpcpp/create_channel.h>
-#include <grpcpp/generic/generic_stub.h>
 #include <iterator>
 #include <stdexcept>
 
@@ -68,8 +68,7 @@ Stopped::~Stopped() {
 
 std::vector<pid_t> Children(pid_t pid) {
   std::vector<pid_t> children;
-  std::ifstream file("/proc/" + std::to_string(pid) + "/task/" + std::to_string(pid) +
-                     "/children");
+  std::ifstream file("/proc/" + std::to_string(pid) + "/task/" + std::to_string(pid) + "/children");
   for (pid_t child = 0; pid > 0 && file >> child;) children.push_back(child);
   return children;
 }

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <bit>
+#include <concepts>
 #include <cstring>
 #include <set>
 #include <sstream>
@@ -30,9 +31,7 @@ std::string Out(const Buffer& b) {
 }
 std::string Out(const std::string& text) { return text; }
 std::string Out(double value) { return std::to_string(std::bit_cast<uint64_t>(value)); }
-template <class T>
-  requires std::is_integral_v<T>
-std::string Out(T value) { return std::to_string(value); }
+std::string Out(std::integral auto value) { return std::to_string(value); }
 
 template <class... A>
 std::string Call(const char* op, const A&... args) {
@@ -75,22 +74,22 @@ Answer InfoClk(std::string diag, unsigned shot, short sub, short k1, short k2, c
                            c4.Text(), cs.Text(), std::to_string(cset),
                            cs.Text() == "External" ? std::to_string(cset) : "1", cp.Text()});
   }
-  return Make(Call("tovakGetDTSinfoCLK", diag, shot, sub, k1, k2), status, ck, c1, c2, c3, c4,
-              cset, c8, cs, cp, ci, ct, ch, cw);
+  return Make(Call("tovakGetDTSinfoCLK", diag, shot, sub, k1, k2), status, ck, c1, c2, c3, c4, cset,
+              c8, cs, cp, ci, ct, ch, cw);
 }
 
 void AddTimingQuestions(const Timing& t, unsigned shot, unsigned short sub,
                         std::vector<Question>& questions) {
   const auto s = [t](int field) { return t[field]; };
-  const std::string args = Call("", s(0), s(1), s(2), s(3), s(4), s(5), s(6), s(7), s(8), s(9),
-                                s(10), s(11), shot, sub);
+  const std::string args =
+      Call("", s(0), s(1), s(2), s(3), s(4), s(5), s(6), s(7), s(8), s(9), s(10), s(11), shot, sub);
   const auto cycle = [=](const char* server, int64_t* periodOut, int64_t* startOut) {
     int interval = 1000;
     int64_t period = 0x5a5a5a5a, start = period, trigger = period, cycles = period;
     const int status = tovakSamplingCycle(
         server, s(0).c_str(), s(1).c_str(), s(2).c_str(), s(3).c_str(), s(4).c_str(), s(5).c_str(),
-        s(6).c_str(), s(7).c_str(), &interval, shot, sub, s(8).c_str(), s(9).c_str(),
-        s(10).c_str(), &period, &start, &trigger, &cycles);
+        s(6).c_str(), s(7).c_str(), &interval, shot, sub, s(8).c_str(), s(9).c_str(), s(10).c_str(),
+        &period, &start, &trigger, &cycles);
     if (periodOut != nullptr) *periodOut = period, *startOut = start;
     return Make("tovakSamplingCycle" + args, status, interval, period, start, trigger, cycles);
   };
@@ -110,13 +109,13 @@ void AddTimingQuestions(const Timing& t, unsigned shot, unsigned short sub,
     questions.push_back([=](const char* server) {
       int interval = 1000;
       double axis[4] = {-3, -3, -3, -3}, cycleOut = -7.5, delay = -7.5;
-      return Make(Call("tovakGetDTSdatax2_ex", args, last),
-                  tovakGetDTSdatax2_ex(server, s(4).c_str(), s(5).c_str(), s(6).c_str(),
-                                       s(7).c_str(), s(0).c_str(), s(1).c_str(), s(2).c_str(),
-                                       s(3).c_str(), &interval, 4, shot, sub, s(8).c_str(),
-                                       s(9).c_str(), s(10).c_str(), s(11).c_str(), last, 1, 1, axis,
-                                       &cycleOut, &delay),
-                  interval, cycleOut, delay, axis[0], axis[1], axis[2], axis[3]);
+      return Make(
+          Call("tovakGetDTSdatax2_ex", args, last),
+          tovakGetDTSdatax2_ex(server, s(4).c_str(), s(5).c_str(), s(6).c_str(), s(7).c_str(),
+                               s(0).c_str(), s(1).c_str(), s(2).c_str(), s(3).c_str(), &interval, 4,
+                               shot, sub, s(8).c_str(), s(9).c_str(), s(10).c_str(), s(11).c_str(),
+                               last, 1, 1, axis, &cycleOut, &delay),
+          interval, cycleOut, delay, axis[0], axis[1], axis[2], axis[3]);
     });
 }
 
