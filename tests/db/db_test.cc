@@ -1,13 +1,8 @@
 // The databases for real: every query over the demo experiment and the odd rows of
-// odd_data.sql; the close switch, refused and silent servers (a server restart:
-// faults_test.cc).
-#include <arpa/inet.h>
+// odd_data.sql; the close switch, refused connections and their reasons.
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <memory>
@@ -172,32 +167,22 @@ TEST(DbTest, CloseSwitchAndChangeOfTarget) {
   EXPECT_FALSE(setup.is_open());
 }
 
-TEST(DbTest, RefusedAndSilentServersFailInBoundedTimeWithTheirReason) {
-  const int silent = socket(AF_INET, SOCK_STREAM, 0);  // accepts, never answers
-  sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
-  socklen_t length = sizeof address;
-  ASSERT_EQ(bind(silent, reinterpret_cast<sockaddr*>(&address), length), 0);
-  ASSERT_EQ(listen(silent, 8), 0);
-  ASSERT_EQ(getsockname(silent, reinterpret_cast<sockaddr*>(&address), &length), 0);
-  const std::string silentPort = std::to_string(ntohs(address.sin_port));
+// A silent server (a paused postmaster): faults_test.cc.
+TEST(DbTest, RefusedConnectionsFailWithTheirReason) {
   constexpr char kRefused[] = "password authentication failed for user";
   // host, port, role, password, a part of the reason
   const char* const refused[][5] = {
       {"", "5432", "ubo", "19981107quorblex4", kRefused},
       {"", "5432", "nosite", kPassword, kRefused},
       {"", "5432", "tovak_reader", kPassword, kRefused},
-      {"/nonexistent-socket-dir", "5432", "ubo", kPassword, "No such file or directory"},
-      {"127.0.0.1", silentPort.c_str(), "ubo", kPassword, "timeout expired"}};
+      {"/nonexistent-socket-dir", "5432", "ubo", kPassword, "No such file or directory"}};
   for (const auto& c : refused) {
-    const auto start = std::chrono::steady_clock::now();
     CIndexDBComm::setup(c[0], c[1], "index", c[2], c[3]);
     EXPECT_NE(CIndexDBComm::getInstance()->open(), 0) << c[2] << "@" << c[0] << ":" << c[1];
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
     const std::string reason = tovakLastFailure();
     EXPECT_NE(reason.find(c[4]), std::string::npos) << reason;
     EXPECT_EQ(reason.find('\n'), std::string::npos) << reason;
   }
-  close(silent);
 }
 
 }  // namespace

@@ -5,12 +5,10 @@
 // With a hot standby listed after it, the standby answers once it stopped.
 #include <gtest/gtest.h>
 #include <libpq-fe.h>
-#include <signal.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <fstream>
 #include <future>
 #include <memory>
 #include <set>
@@ -18,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "remote/helpers.h"
+#include "remote/harness.h"
 #include "tovak/rdb.h"
 #include "tovak/tovak.h"
 
@@ -69,32 +67,12 @@ std::string SetupLookup() {
   return std::to_string(status) + " " + std::to_string(count);
 }
 
-bool Dbctl(const std::string& command) {
-  const std::string line = std::string("'") + std::getenv("TOVAK_DBCTL") + "' " + command + " '" +
-                           std::getenv("TOVAK_PG_DIR") + "' >/dev/null 2>&1";
-  return std::system(line.c_str()) == 0;
+// The fixture's cluster.
+Cluster& Database() {
+  static Cluster cluster(std::getenv("TOVAK_PG_DIR"));
+  return cluster;
 }
-
-pid_t Postmaster() {
-  std::ifstream file(std::string(std::getenv("TOVAK_PG_DIR")) + "/data/postmaster.pid");
-  pid_t pid = 0;
-  file >> pid;
-  return pid;
-}
-
-// A process stopped with SIGSTOP until this goes out of scope.
-class Paused {
- public:
-  explicit Paused(pid_t pid) : pid_(pid), ok_(pid > 0 && kill(pid, SIGSTOP) == 0) {}
-  ~Paused() {
-    if (ok_) kill(pid_, SIGCONT);
-  }
-  bool ok() const { return ok_; }
-
- private:
-  pid_t pid_;
-  bool ok_;
-};
+bool Dbctl(const std::string& command) { return Database().Dbctl(command); }
 
 // The tests' superuser session on the index database (host "": PGHOST's first).
 class Admin {
@@ -223,7 +201,7 @@ TEST_F(DbFaultTest, PausedBackendRunsOutOfTime) {
   const int backend = admin.Session();
   ASSERT_GT(backend, 0);
   {
-    const Paused paused(backend);
+    const Stopped paused({backend});
     ASSERT_TRUE(paused.ok());
     const Lookup stuck = LinkLookup();
     // The ids come from the cache: the link query is the one that failed.
@@ -240,7 +218,7 @@ TEST_F(DbFaultTest, PausedPostmasterRefusesNewConnectionsOnly) {
   IndexNoClosing(1);
   ASSERT_TRUE(Answered(LinkLookup()));
   {
-    const Paused paused(Postmaster());
+    const Stopped paused({Database().Postmaster()});
     ASSERT_TRUE(paused.ok());
     EXPECT_TRUE(Answered(LinkLookup()));  // the open session needs no postmaster
     IndexNoClosing(0);

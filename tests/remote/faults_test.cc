@@ -4,7 +4,7 @@
 // server neither crashes nor leaks, and the first call after recovery answers correctly. Calls
 // meant to be answered get a generous deadline, so that only a paused or gone server ends them.
 #include <grpcpp/create_channel.h>
-#include <grpcpp/security/credentials.h>
+#include <grpcpp/generic/generic_stub.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <future>
 #include <random>
 #include <set>
@@ -20,8 +22,7 @@
 #include <thread>
 #include <vector>
 
-#include "remote/helpers.h"
-#include "remote/raw_call.h"
+#include "remote/harness.h"
 #include "remote/questions.h"
 #include "tovak/param_set.h"
 #include "tovak/remote_client.h"
@@ -119,34 +120,37 @@ long ResidentKiB(pid_t pid) {
   return pages * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
-// A PostgreSQL cluster of its own with the demo experiment (scripts/dbctl), stopped and removed at
-// the end: stopping the shared one would disturb the tests running beside this one.
-class PrivateCluster {
+// Calls of method (a full path) that open their stream and send nothing more, as many as asked on
+// one channel; cancelled at the end.
+class UnfinishedCalls {
  public:
-  PrivateCluster() : dbctl_(std::getenv("TOVAK_DBCTL") ? std::getenv("TOVAK_DBCTL") : "") {
-    Start("--fresh");
+  UnfinishedCalls(const std::shared_ptr<grpc::Channel>& channel, const std::string& method,
+                  int count)
+      : stub_(channel), calls_(static_cast<size_t>(count)) {
+    for (Call& call : calls_) {
+      call.stream = stub_.PrepareCall(&call.context, method, &queue_);
+      call.stream->StartCall(nullptr);
+      call.stream->Finish(&call.status, nullptr);
+    }
   }
-  ~PrivateCluster() {
-    std::system((dbctl_ + " stop --remove " + dir_.File("") + " 2>/dev/null").c_str());
-  }
-  void Start(const std::string& option = "") {
-    Run(dbctl_ + " start " + option + " " + dir_.File("") + " >/dev/null");
-  }
-  void Stop() { Run(dbctl_ + " stop " + dir_.File("")); }
-  std::string socket() const { return dir_.File("socket"); }
-  // Stops or resumes the postmaster and every server process it started.
-  void Pause(bool stop) {
-    const pid_t postmaster = std::atoi(ReadFile(dir_.File("data/postmaster.pid")).c_str());
-    std::ifstream children("/proc/" + std::to_string(postmaster) + "/task/" +
-                           std::to_string(postmaster) + "/children");
-    for (pid_t pid = postmaster; pid > 0; pid = children >> pid ? pid : 0) {
-      kill(pid, stop ? SIGSTOP : SIGCONT);
+  ~UnfinishedCalls() {
+    for (Call& call : calls_) call.context.TryCancel();
+    queue_.Shutdown();
+    void* tag = nullptr;
+    bool ok = false;
+    while (queue_.Next(&tag, &ok)) {
     }
   }
 
  private:
-  std::string dbctl_;
-  TempDir dir_;
+  struct Call {
+    grpc::ClientContext context;
+    grpc::Status status;
+    std::unique_ptr<grpc::GenericClientAsyncReaderWriter> stream;
+  };
+  grpc::GenericStub stub_;
+  grpc::CompletionQueue queue_;
+  std::vector<Call> calls_;
 };
 
 class FaultTest : public ::testing::Test {
@@ -157,9 +161,12 @@ class FaultTest : public ::testing::Test {
     for (const char* key : {"TOVAK_USER", "TOVAK_USER_KEY_FILE", "TOVAK_CA_FILE"}) unsetenv(key);
     setTovakProtocolV1();
     IndexNoClosing(1);
-    known_ = KnownAnswers("/ubo");
+    for (const Question& question : Questions("/ubo")) {
+      if (Answer answer = question("/ubo"); answer.status == 0) known_.push_back({question, answer});
+      if (known_.size() == 200) break;
+    }
     IndexNoClosing(0);
-    ASSERT_FALSE(known_.empty());
+    ASSERT_EQ(known_.size(), 200u);
   }
   void TearDown() override { tovakRelease(); }
 
@@ -169,15 +176,14 @@ class FaultTest : public ::testing::Test {
   int Ask(const std::string& address, milliseconds deadline = kGuard) {
     setenv("TOVAK_DEADLINE_MS", std::to_string(deadline.count()).c_str(), 1);
     setTovakProtocolV2((address_ = address).c_str());
-    const KnownAnswer& k = known_[next_++ % known_.size()];
+    const auto& [question, known] = known_[next_++ % known_.size()];
     const Clock::time_point start = Clock::now();
-    const std::string answer = tovak::testing::Ask(k.question, "/ubo");
-    EXPECT_LT(Clock::now() - start, 3 * deadline + std::chrono::seconds(10)) << k.question.Text();
-    const int status = std::atoi(answer.c_str());
-    if (status == 0) {
-      EXPECT_EQ(answer, k.answer) << k.question.Text();
+    const Answer answer = question("/ubo");
+    EXPECT_LT(Clock::now() - start, 3 * deadline + std::chrono::seconds(10)) << known.call;
+    if (answer.status == 0) {
+      EXPECT_EQ(Mismatch(known, answer), "");
     }
-    return status;
+    return answer.status;
   }
 
   // Asks until a call answers (true); every failure must be one of allowed.
@@ -197,7 +203,7 @@ class FaultTest : public ::testing::Test {
   }
 
   TempDir dir_;
-  std::vector<KnownAnswer> known_;
+  std::vector<std::pair<Question, Answer>> known_;
   size_t next_ = 0;
   std::string address_;  // the library keeps a pointer to it
 };
@@ -258,19 +264,22 @@ TEST_F(FaultTest, PausedServerGivesTheDeadlineAndASlowOneAnswersInTime) {
   ASSERT_TRUE(server.listening()) << server.Log();
   const std::string address = server.Address("ubo");
   ASSERT_EQ(Ask(address), 0);
-  server.Pause(true);
-  EXPECT_EQ(Ask(address, kDeadline), TOVAK_E_REMOTE_DEADLINE);
-  EXPECT_EQ(Ask(address, kDeadline), TOVAK_E_NO_REMOTE);  // a new set-up gives up in time too
-  server.Pause(false);
+  {
+    const Stopped paused({server.group()});
+    EXPECT_EQ(Ask(address, kDeadline), TOVAK_E_REMOTE_DEADLINE);
+    EXPECT_EQ(Ask(address, kDeadline), TOVAK_E_NO_REMOTE);  // a new set-up gives up in time too
+  }
   EXPECT_EQ(Ask(address), 0);
   // Paused while a lookup connects (its connection waits to be accepted): the answer comes late,
   // but comes.
   tovakRelease();
-  server.Pause(true);
-  const long waiting = ConnectionsTo(server.port()).waiting;  // the given-up set-up's, maybe
-  std::future<int> slow = std::async(std::launch::async, [&] { return Ask(address); });
-  EXPECT_TRUE(Eventually([&] { return ConnectionsTo(server.port()).waiting > waiting; }));
-  server.Pause(false);
+  std::future<int> slow;
+  {
+    const Stopped paused({server.group()});
+    const long waiting = ConnectionsTo(server.port()).waiting;  // the given-up set-up's, maybe
+    slow = std::async(std::launch::async, [&] { return Ask(address); });
+    EXPECT_TRUE(Eventually([&] { return ConnectionsTo(server.port()).waiting > waiting; }));
+  }
   EXPECT_EQ(slow.get(), 0);
   ExpectCleanEnd(server);
 }
@@ -417,8 +426,7 @@ TEST_F(FaultTest, MalformedRequestsAreRefusedOrAnsweredAndTheServerGoesOn) {
   ServerProcess server(dir_, "malformed", "anonymous = allow\n");
   ASSERT_TRUE(server.listening()) << server.Log();
   const std::string address = server.Address("ubo");
-  auto channel = grpc::CreateChannel("127.0.0.1:" + std::to_string(server.port()),
-                                     grpc::InsecureChannelCredentials());
+  const auto channel = PlainChannel(server.port());
   const std::string payloads[] = {
       "",
       RandomBytes(64, 11),
@@ -502,7 +510,7 @@ TEST_F(FaultTest, OneClientsUnfinishedCallsAndIdleConnectionsLeaveAnothersLookup
 }
 
 TEST_F(FaultTest, DatabaseBehindTheServerStoppedOrPausedGivesStatusesAndRecovers) {
-  PrivateCluster database;
+  Cluster database;
   const std::string sharedHost = std::getenv("PGHOST");
   setenv("PGHOST", database.socket().c_str(), 1);  // for the server only
   ServerProcess server(dir_, "db", "anonymous = allow\nqueue_length = 2\n");
@@ -511,24 +519,24 @@ TEST_F(FaultTest, DatabaseBehindTheServerStoppedOrPausedGivesStatusesAndRecovers
   const std::string address = server.Address("ubo");
   ASSERT_EQ(Ask(address), 0);
   // The server's lookups cannot open the index database: their status passes through.
-  database.Stop();
+  ASSERT_TRUE(database.Dbctl("stop"));
   for (int i = 0; i < 4; ++i) EXPECT_EQ(Ask(address), TOVAK_E_INDEX_OPEN);
-  database.Start();
+  ASSERT_TRUE(database.Dbctl("start"));
   EXPECT_EQ(Ask(address), 0);
   // A database that stops answering: the caller's deadline ends the call and its query (not 30 s).
   const auto lastFailure = [&] { return server.Log().rfind(" status=-"); };
   const size_t failed = lastFailure();
-  database.Pause(true);
-  EXPECT_EQ(Ask(address, kDeadline), TOVAK_E_REMOTE_DEADLINE);
-  EXPECT_TRUE(Eventually([&] { return lastFailure() != failed; }, std::chrono::seconds(20)));
-  database.Pause(false);
+  {
+    const Stopped paused(database.Processes());
+    EXPECT_EQ(Ask(address, kDeadline), TOVAK_E_REMOTE_DEADLINE);
+    EXPECT_TRUE(Eventually([&] { return lastFailure() != failed; }, std::chrono::seconds(20)));
+  }
   EXPECT_TRUE(AnswersAgain(address, {TOVAK_E_NO_REMOTE}));
   for (int i = 0; i < 5; ++i) EXPECT_EQ(Ask(address), 0);
   // Paused again: one lookup held, two waiting, the rest refused at once as busy, the library's
   // call too. A stop refuses the waiting ones and kills the held worker within 5 s.
-  database.Pause(true);
-  auto channel = grpc::CreateChannel("127.0.0.1:" + std::to_string(server.port()),
-                                     grpc::InsecureChannelCredentials());
+  auto paused = std::make_unique<Stopped>(database.Processes());
+  const auto channel = PlainChannel(server.port());
   const auto lookup = [&] { return CallWithPayload(channel, "GetDTSinfox", ""); };
   std::vector<std::shared_future<grpc::Status>> calls(12);
   for (auto& call : calls) call = std::async(std::launch::async, lookup).share();
@@ -543,7 +551,7 @@ TEST_F(FaultTest, DatabaseBehindTheServerStoppedOrPausedGivesStatusesAndRecovers
   const Clock::time_point stopping = Clock::now();
   EXPECT_NE(server.Stop(), 0);
   EXPECT_LT(Clock::now() - stopping, std::chrono::seconds(5));
-  database.Pause(false);
+  paused.reset();
   EXPECT_TRUE(Eventually([&] { return ended(grpc::StatusCode::UNAVAILABLE) == 3; }));
   EXPECT_NE(server.Log().find("refused:stopping"), std::string::npos) << server.Log();
 }

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "remote/call_auth.h"
-#include "remote/helpers.h"
+#include "remote/harness.h"
 #include "server/authorizer.h"
 #include "server/server_config.h"
 

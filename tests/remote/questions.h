@@ -1,38 +1,33 @@
-// Lookups over the demo experiment whose answers a test knows beforehand: each question asked
-// once by direct access gives the answer the remote server must give for it.
-//
-// An answer is the status, the numeric outputs and, on success only, the texts: remote callers
-// receive texts only on success, and texts a lookup leaves alone read as empty both ways.
+// Every lookup with a remote form over a demo site's data, as questions that direct access and a
+// tovak-server must answer alike, byte for byte, but where the remote front ends differ by design:
+// texts arrive only on success, then all (untouched ones empty); a failed time base writes nothing.
 #ifndef TOVAK_TESTS_REMOTE_QUESTIONS_H_
 #define TOVAK_TESTS_REMOTE_QUESTIONS_H_
 
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace tovak::testing {
 
-struct Question {
-  enum Kind { kLinkNumbers, kLinkTexts, kParameterCount, kParameters } kind;
-  std::string unitOrDiag, module;  // diagnostic for the link questions, else the timing unit
-  unsigned shot;
-  short subShot;
-  short key1, key2;  // channel keys of the link questions; key1 is the channel of kParameters
-  std::string Text() const;  // for messages
+// A call with its arguments, its status and every output (texts with a digest of their whole
+// buffer, floating point numbers by their bits).
+struct Answer {
+  std::string call;
+  int status;
+  std::vector<std::string> outputs;
 };
 
-// Questions on the links and parameter lists of the demo experiment, every site alike.
-std::vector<Question> DemoQuestions();
+// Asks its lookup of an index server name under direct access; the remote protocol uses the address
+// set with setTovakProtocolV2 instead.
+using Question = std::function<Answer(const char* server)>;
 
-// Asks question of server (an index server name under direct access, ignored under the remote
-// protocol, which uses the address set with setTovakProtocolV2).
-std::string Ask(const Question& question, const char* server);
+// The questions over the data of server, odd names and keys among them. Asks the links by direct
+// access to find the clock links whose timing the questions ask.
+std::vector<Question> Questions(const std::string& server);
 
-// The questions that succeed when asked of server under the current protocol, with their answers.
-struct KnownAnswer {
-  Question question;
-  std::string answer;
-};
-std::vector<KnownAnswer> KnownAnswers(const char* server);
+// "" when remote may stand for direct, else what differs.
+std::string Mismatch(const Answer& direct, const Answer& remote);
 
 }  // namespace tovak::testing
 

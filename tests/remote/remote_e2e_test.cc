@@ -1,5 +1,7 @@
-// The library against a real tovak-server backed by the private cluster: plain and TLS
-// connections, sites, authentication, bad configurations.
+// The library against a real tovak-server backed by the private cluster: addresses and sites,
+// TLS, users and their keys, bad configurations; and identity at the wire: captured calls replayed
+// across workers and restarts, redirected or altered, one refusal for every fault, users known by
+// the certificate of their TLS connection, keys reloaded on SIGHUP.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -7,11 +9,13 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <ctime>
 #include <string>
-#include <utility>
 #include <tuple>
+#include <utility>
 
-#include "remote/helpers.h"
+#include "remote/call_auth.h"
+#include "remote/harness.h"
 #include "tovak/remote_client.h"
 #include "tovak/tovak.h"
 
@@ -72,7 +76,6 @@ TEST_F(RemoteTest, PlainServerSelectsSitesWithoutRegardToCase) {
   tovakRelease();
   const std::string ubo = first.Address("UBO", "http");  // site names without regard to case
   EXPECT_EQ(LookUp(ubo), 0);
-  // A paused, stopped and restarted server: faults_test.cc.
 }
 
 TEST_F(RemoteTest, TlsIsChosenByTheSchemeAndVerifiesTheServer) {
@@ -135,6 +138,110 @@ TEST_F(RemoteTest, BadConfigurationsStopTheServerWithAMessage) {
     EXPECT_NE(server.Log().find("tovak-server: bad configuration: "), std::string::npos);
     EXPECT_NE(server.Log().find(named), std::string::npos) << server.Log();
   }
+}
+
+using remote::PkeyPtr;
+
+// A SelectSite call of site "ubo" signed by key for user and server audience, with body as its
+// request (the signed one unless given).
+struct SignedCall {
+  SignedCall(EVP_PKEY* key, const std::string& user, const std::string& audience,
+             std::string altered = "")
+      : body("\x0a\x03ubo") {
+    const remote::ProofFields f{user,         "SelectSite", "ubo", audience, std::time(nullptr),
+                                remote::RandomNonce(), remote::Sha256(body)};
+    metadata = {{remote::kUserKey, user},          {remote::kAudienceKey, audience},
+                {remote::kTimeKey, std::to_string(f.time)}, {remote::kNonceKey, f.nonce},
+                {remote::kSignatureKey, remote::Sign(key, remote::AuthPayload(f))}};
+    if (!altered.empty()) body = altered;
+  }
+  // Sent over a new connection: a call of a captured connection's bytes.
+  grpc::Status SendTo(int port) const {
+    return CallWithPayload(PlainChannel(port), "SelectSite", body, metadata);
+  }
+  std::string body;
+  std::map<std::string, std::string> metadata;
+};
+
+TEST_F(RemoteTest, ACallIsAnsweredOnceByTheWholeServerAndOnlyForItsRequestAndServer) {
+  const TempDir& dir = dir_;
+  const PkeyPtr alice(remote::LoadPrivateKey(MakeUserKey(dir, "alice", "ED25519", "") + ".key",
+                                             nullptr, nullptr));
+  const PkeyPtr mallory(remote::LoadPrivateKey(MakeUserKey(dir, "m", "ED25519", "") + ".key",
+                                               nullptr, nullptr));
+  const std::string config = "workers = 2\nnonce_file = " + dir.File("nonces") +
+                             "\nuser.alice = " + dir.File("alice.pub\n");
+  auto server = std::make_unique<ServerProcess>(dir, "first", config);
+  ASSERT_TRUE(server->listening()) << server->Log();
+  const int port = server->port();
+  const SignedCall captured(alice.get(), "alice", "localhost");
+  ASSERT_TRUE(captured.SendTo(port).ok());
+  auto refused = [&](const SignedCall& call) {
+    return call.SendTo(port).error_code() == grpc::StatusCode::UNAUTHENTICATED;
+  };
+  for (int i = 0; i < 4; ++i) EXPECT_TRUE(refused(captured));  // each connection: any worker
+  const std::vector<pid_t> old = server->Workers();
+  for (const pid_t worker : old) kill(worker, SIGKILL);
+  ASSERT_TRUE(Eventually([&] {  // new workers answer new calls, and still refuse the old one
+    return server->Workers() != old &&
+           SignedCall(alice.get(), "alice", "127.0.0.1").SendTo(port).ok();
+  }));
+  EXPECT_TRUE(refused(captured));
+  server->Stop();
+  server = std::make_unique<ServerProcess>(dir, "restarted", config, port);
+  ASSERT_TRUE(server->listening()) << server->Log();
+  EXPECT_TRUE(refused(captured));
+
+  EXPECT_TRUE(refused(SignedCall(alice.get(), "alice", "elsewhere")));  // meant for another server
+  EXPECT_TRUE(refused(SignedCall(alice.get(), "alice", "localhost", "\x0a\x03tsu")));
+  const grpc::Status unknown = SignedCall(mallory.get(), "mallory", "localhost").SendTo(port);
+  const grpc::Status forged = SignedCall(mallory.get(), "alice", "localhost").SendTo(port);
+  EXPECT_EQ(unknown.error_code(), forged.error_code());
+  EXPECT_EQ(unknown.error_message(), forged.error_message());
+  for (const char* reason : {"replayed", "audience", "proof", "unknown-user"}) {
+    EXPECT_NE(server->Log().find(std::string("status=refused:") + reason), std::string::npos);
+  }
+}
+
+TEST_F(RemoteTest, TheCertificateOfATlsConnectionNamesItsUserUntilTheKeysAreReloaded) {
+  const TempDir& dir = dir_;
+  const std::string cert = MakeServerCert(dir, "server");
+  for (const char* user : {"alice", "mallory"}) {  // key and certificate in one file
+    const std::string key = MakeUserKey(dir, user, "ED25519", "secret");
+    tovak::testing::Run("openssl req -x509 -days 2 -subj /CN=x -passin 'file:" + key +
+                        ".pass' -key '" + key + ".key' -out '" + key + ".crt' && cat '" + key +
+                        ".crt' >> '" + key + ".key'");
+    chmod((key + ".pass").c_str(), 0600);
+  }
+  ServerProcess server(dir, "tls", "tls_certificate = " + cert + ".crt\ntls_key = " + cert +
+                                       ".key\nuser.alice = " + dir.File("alice.pub\n"));
+  ASSERT_TRUE(server.listening()) << server.Log();
+  setenv("TOVAK_CA_FILE", (cert + ".crt").c_str(), 1);
+  setenv("TOVAK_USER", "anyone", 1);  // the certificate names the user
+  unsetenv("TOVAK_USER_KEY_PASSPHRASE");
+  auto lookUpAs = [&](const std::string& user) {
+    setenv("TOVAK_USER_KEY_FILE", dir.File(user + ".key").c_str(), 1);
+    setenv("TOVAK_USER_KEY_PASSPHRASE_FILE", dir.File(user + ".pass").c_str(), 1);
+    const int status = LookUp(server.Address("ubo", "grpcs"));
+    tovakRelease();
+    return status;
+  };
+  EXPECT_EQ(lookUpAs("alice"), 0);
+  EXPECT_EQ(lookUpAs("mallory"), TOVAK_E_NO_REMOTE);
+  EXPECT_NE(server.Log().find("user=alice site=ubo op=GetDTSParametersCount status=0"),
+            std::string::npos) << server.Log();
+
+  auto reload = [&](const std::string& logged) {
+    server.Signal(SIGHUP);
+    return Eventually([&] { return server.Log().find(logged) != std::string::npos; });
+  };
+  WriteFile(dir.File("alice.pub"), "not a key");  // a failed reload keeps every old key
+  ASSERT_TRUE(reload("keys not reloaded, the old ones stay: user.alice"));
+  EXPECT_EQ(lookUpAs("alice"), 0);
+  tovak::testing::Run("cp '" + dir.File("mallory.pub") + "' '" + dir.File("alice.pub") + "'");
+  ASSERT_TRUE(reload("keys reloaded"));  // rotated
+  EXPECT_EQ(lookUpAs("alice"), TOVAK_E_NO_REMOTE);
+  EXPECT_EQ(lookUpAs("mallory"), 0);
 }
 
 }  // namespace
