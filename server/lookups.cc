@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "timing/time_base.h"
 #include "tovak/param_set.h"
 #include "tovak/tovak.h"
 
@@ -59,7 +58,15 @@ const char* Text(bool present, const std::string& value) {
   return present ? value.c_str() : nullptr;
 }
 
-DtsOutput Output(const v1::DTSLink& link) {
+// A DTS output's texts, null where the caller passed null.
+struct Link {
+  const char* dtsType;
+  const char* dtsHost;
+  const char* module;
+  const char* output;
+};
+
+Link LinkOf(const v1::DTSLink& link) {
   return {Text(link.has_dts_type(), link.dts_type()), Text(link.has_dts_host(), link.dts_host()),
           Text(link.has_module(), link.module()), Text(link.has_output(), link.output())};
 }
@@ -123,8 +130,8 @@ void AnswerDTSinfoCLK(const char* server, const v1::DTSinfoCLKRequest& q,
 
 void AnswerSamplingCycle(const char* server, const v1::SamplingCycleRequest& q,
                          v1::SamplingCycleReply* r) {
-  const DtsOutput clock = Output(q.clock());
-  const DtsOutput trigger = Output(q.trigger());
+  const Link clock = LinkOf(q.clock());
+  const Link trigger = LinkOf(q.trigger());
   NumberOut<int> sampInterval(true, q.samp_interval());
   NumberOut<int64_t> period(q.has_samp_period(), q.samp_period());
   NumberOut<int64_t> clockStart(q.has_clock_start(), q.clock_start());
@@ -146,7 +153,7 @@ void AnswerSamplingCycle(const char* server, const v1::SamplingCycleRequest& q,
 
 void AnswerSampling0Timing(const char* server, const v1::Sampling0TimingRequest& q,
                            v1::Sampling0TimingReply* r) {
-  const DtsOutput trigger = Output(q.trigger());
+  const Link trigger = LinkOf(q.trigger());
   NumberOut<int64_t> triggerTime(true, q.trigger_time());
   NumberOut<int64_t> firstSample(q.has_first_sample_time(), q.first_sample_time());
   r->set_status(tovakSampling0Timing(
@@ -156,28 +163,6 @@ void AnswerSampling0Timing(const char* server, const v1::Sampling0TimingRequest&
       q.samp_period(), q.clock_start(), triggerTime.ptr(), firstSample.ptr()));
   Report(triggerTime, [&](int64_t v) { r->set_trigger_time(v); });
   Report(firstSample, [&](int64_t v) { r->set_first_sample_time(v); });
-}
-
-void AnswerDTSdatax2(const char* server, const v1::DTSdatax2Request& q, v1::DTSdatax2Reply* r) {
-  TimeBaseRequest request;
-  request.server = server;
-  request.trigger = Output(q.trigger());
-  request.clock = Output(q.clock());
-  request.sampleCount = q.sample_count();
-  request.shot = q.shot();
-  request.subShot = static_cast<unsigned short>(q.sub_shot());
-  request.clockSource = Text(q.has_clock_source(), q.clock_source());
-  request.internalClock = Text(q.has_internal_clock(), q.internal_clock());
-  request.cycleMultiplier = Text(q.has_cycle_multiplier(), q.cycle_multiplier());
-  request.preSample = Text(q.has_pre_sample(), q.pre_sample());
-  request.lastSample = q.last_sample();
-  int sampInterval = q.samp_interval();
-  int64_t period = 0, delay = 0;
-  r->set_status(ComputeTimeBase(request, &sampInterval, &period, &delay));
-  if (r->status() != 0) return;
-  r->set_samp_interval(sampInterval);
-  r->set_samp_period(period);
-  r->set_delay(delay);
 }
 
 void AnswerDTSParameters(const char* server, const v1::DTSParametersRequest& q,

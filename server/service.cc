@@ -13,12 +13,12 @@
 #include <grpcpp/server_context.h>
 #include <grpcpp/support/method_handler.h>
 
-#include "db/query_deadline.h"
 #include "remote/call_auth.h"
 #include "remote/timing_data.pb.h"
 #include "server/lookups.h"
 #include "server/request_log.h"
 #include "tovak/remote_client.h"
+#include "tovak/server_support.h"
 
 namespace tovak::server {
 namespace {
@@ -104,7 +104,7 @@ TimingDataService::TimingDataService(const ServerConfig& config, Authorizer& aut
   AddLookup("/tovak.remote.v1.TimingData/GetDTSinfoCLK", AnswerDTSinfoCLK);
   AddLookup("/tovak.remote.v1.TimingData/SamplingCycle", AnswerSamplingCycle);
   AddLookup("/tovak.remote.v1.TimingData/Sampling0Timing", AnswerSampling0Timing);
-  AddLookup("/tovak.remote.v1.TimingData/GetDTSdatax2", AnswerDTSdatax2);
+  AddLookup("/tovak.remote.v1.TimingData/GetDTSdatax2", service::AnswerTimeBase);
   AddLookup("/tovak.remote.v1.TimingData/GetDTSParameters", AnswerDTSParameters);
   AddLookup("/tovak.remote.v1.TimingData/GetDTSParametersCount", AnswerDTSParametersCount);
 }
@@ -184,7 +184,7 @@ grpc::Status TimingDataService::Serve(grpc::ServerContext* context, const char* 
   }
   int status = 0;
   {
-    const db::QueryDeadline limit(QueryLimit(*context));
+    const service::QueryDeadline limit(QueryLimit(*context));
     status = answer(served->second.indexServer.c_str());
   }
   LogRequest(verdict.user, site, method, std::to_string(status), watch.micros());
