@@ -1,19 +1,16 @@
 // The time base of the remote data server, from the module's own computation.
-#include "remote/timing_data.pb.h"
+#include "remote/link_texts.h"
 #include "timing/time_base.h"
 #include "tovak/server_support.h"
 
 namespace tovak::service {
 namespace {
 
-// A request's text: null when the caller passed null.
-const char* Text(bool present, const std::string& value) {
-  return present ? value.c_str() : nullptr;
-}
+using remote::TextOf;
 
 DtsOutput Output(const remote::v1::DTSLink& link) {
-  return {Text(link.has_dts_type(), link.dts_type()), Text(link.has_dts_host(), link.dts_host()),
-          Text(link.has_module(), link.module()), Text(link.has_output(), link.output())};
+  const remote::LinkTexts texts = remote::TextsOf(link);
+  return {texts.dtsType, texts.dtsHost, texts.module, texts.output};
 }
 
 }  // namespace
@@ -27,10 +24,10 @@ void AnswerTimeBase(const char* indexServer, const remote::v1::DTSdatax2Request&
   request.sampleCount = q.sample_count();
   request.shot = q.shot();
   request.subShot = static_cast<unsigned short>(q.sub_shot());
-  request.clockSource = Text(q.has_clock_source(), q.clock_source());
-  request.internalClock = Text(q.has_internal_clock(), q.internal_clock());
-  request.cycleMultiplier = Text(q.has_cycle_multiplier(), q.cycle_multiplier());
-  request.preSample = Text(q.has_pre_sample(), q.pre_sample());
+  request.clockSource = TextOf(q.has_clock_source(), q.clock_source());
+  request.internalClock = TextOf(q.has_internal_clock(), q.internal_clock());
+  request.cycleMultiplier = TextOf(q.has_cycle_multiplier(), q.cycle_multiplier());
+  request.preSample = TextOf(q.has_pre_sample(), q.pre_sample());
   request.lastSample = q.last_sample();
   int sampInterval = q.samp_interval();
   int64_t period = 0, delay = 0;
