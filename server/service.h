@@ -16,8 +16,9 @@
 
 namespace tovak::server {
 
-// The service's methods come from one table (service.cc): each lookup is
-// served by the same steps, SelectSite by the first of them.
+// The service's methods come from one table (service.cc), registered the way
+// gRPC's generated services register theirs: each lookup is served by the
+// same steps, SelectSite by the first of them.
 class TimingDataService final : public grpc::Service {
  public:
   TimingDataService(const ServerConfig& config, Authorizer& authorizer);
