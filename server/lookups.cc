@@ -125,8 +125,8 @@ void AnswerSamplingCycle(const char* server, const v1::SamplingCycleRequest& q,
   NumberOut<int64_t> triggerTime(q.has_trigger_time(), q.trigger_time());
   NumberOut<int64_t> clockCycle(q.has_clock_cycle(), q.clock_cycle());
   r->set_status(tovakSamplingCycle(
-      server, clock.dtsType, clock.dtsHost, clock.module, clock.output, trigger.dtsType, trigger.dtsHost,
-      trigger.module, trigger.output, sampInterval.ptr(), q.shot(),
+      server, clock.dtsType, clock.dtsHost, clock.module, clock.output, trigger.dtsType,
+      trigger.dtsHost, trigger.module, trigger.output, sampInterval.ptr(), q.shot(),
       static_cast<unsigned short>(q.sub_shot()), TextOf(q.has_clock_source(), q.clock_source()),
       TextOf(q.has_internal_clock(), q.internal_clock()),
       TextOf(q.has_cycle_multiplier(), q.cycle_multiplier()), period.ptr(), clockStart.ptr(),
@@ -144,8 +144,8 @@ void AnswerSampling0Timing(const char* server, const v1::Sampling0TimingRequest&
   NumberOut<int64_t> triggerTime(true, q.trigger_time());
   NumberOut<int64_t> firstSample(q.has_first_sample_time(), q.first_sample_time());
   r->set_status(tovakSampling0Timing(
-      server, q.from_clock_start(), trigger.dtsType, trigger.dtsHost, trigger.module, trigger.output,
-      q.shot(), static_cast<unsigned short>(q.sub_shot()),
+      server, q.from_clock_start(), trigger.dtsType, trigger.dtsHost, trigger.module,
+      trigger.output, q.shot(), static_cast<unsigned short>(q.sub_shot()),
       TextOf(q.has_clock_source(), q.clock_source()), TextOf(q.has_pre_sample(), q.pre_sample()),
       q.samp_period(), q.clock_start(), triggerTime.ptr(), firstSample.ptr()));
   Report(triggerTime, [&](int64_t v) { r->set_trigger_time(v); });

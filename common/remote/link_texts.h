@@ -22,8 +22,9 @@ struct LinkTexts {
 };
 
 inline LinkTexts TextsOf(const v1::DTSLink& link) {
-  return {TextOf(link.has_dts_type(), link.dts_type()), TextOf(link.has_dts_host(), link.dts_host()),
-          TextOf(link.has_module(), link.module()), TextOf(link.has_output(), link.output())};
+  return {TextOf(link.has_dts_type(), link.dts_type()),
+          TextOf(link.has_dts_host(), link.dts_host()), TextOf(link.has_module(), link.module()),
+          TextOf(link.has_output(), link.output())};
 }
 
 inline void SetLink(v1::DTSLink* link, const LinkTexts& texts) {

@@ -32,7 +32,8 @@ class TOVAK_EXPORT QueryDeadline {
 // Answers GetDTSdatax2 from the index database server indexServer: the time
 // base in picoseconds (sampling interval, period and delay), without the time
 // axis. On failure only the reply's status is set.
-TOVAK_EXPORT void AnswerTimeBase(const char* indexServer, const remote::v1::DTSdatax2Request& request,
+TOVAK_EXPORT void AnswerTimeBase(const char* indexServer,
+                                 const remote::v1::DTSdatax2Request& request,
                                  remote::v1::DTSdatax2Reply* reply);
 
 }  // namespace tovak::service
