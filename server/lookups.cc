@@ -4,12 +4,16 @@
 #include <string>
 #include <vector>
 
-#include "timing/time_base.h"
+#include "remote/link_texts.h"
 #include "tovak/param_set.h"
 #include "tovak/tovak.h"
 
 namespace tovak::server {
 namespace {
+
+using remote::LinkTexts;
+using remote::TextOf;
+using remote::TextsOf;
 
 // A text output buffer. It starts filled with a byte other than NUL, so the
 // lookup wrote it exactly when it now holds a NUL (every written text ends
@@ -54,16 +58,6 @@ void Report(const NumberOut<T>& out, Set&& set) {
   if (out.changed()) set(out.value());
 }
 
-// A request's text: null when the caller passed null.
-const char* Text(bool present, const std::string& value) {
-  return present ? value.c_str() : nullptr;
-}
-
-DtsOutput Output(const v1::DTSLink& link) {
-  return {Text(link.has_dts_type(), link.dts_type()), Text(link.has_dts_host(), link.dts_host()),
-          Text(link.has_module(), link.module()), Text(link.has_output(), link.output())};
-}
-
 }  // namespace
 
 void AnswerDTSinfox(const char* server, const v1::DTSinfoxRequest& q, v1::DTSinfoxReply* r) {
@@ -76,7 +70,7 @@ void AnswerDTSinfox(const char* server, const v1::DTSinfoxRequest& q, v1::DTSinf
   NumberOut<int> sampInterval(q.has_samp_interval(), q.samp_interval());
   NumberOut<int> clkHostId(q.has_clk_host_id(), q.clk_host_id());
   r->set_status(tovakGetDTSinfox(
-      Text(q.has_diag(), q.diag()), q.shot(), static_cast<short>(q.sub_shot()),
+      TextOf(q.has_diag(), q.diag()), q.shot(), static_cast<short>(q.sub_shot()),
       static_cast<short>(q.ch_key1()), static_cast<short>(q.ch_key2()), server, kind.data(),
       text1.data(), text2.data(), num3.ptr(), num4.ptr(), clockSetting.ptr(), num8.ptr(),
       clockSource.data(), preSample.ptr(), sampInterval.ptr(), clkHostId.ptr(), word3.data()));
@@ -101,7 +95,7 @@ void AnswerDTSinfoCLK(const char* server, const v1::DTSinfoCLKRequest& q,
   NumberOut<int> clockSetting(q.has_clock_setting(), q.clock_setting());
   NumberOut<int> num8(q.has_link_num8(), q.link_num8());
   r->set_status(tovakGetDTSinfoCLK(
-      Text(q.has_diag(), q.diag()), q.shot(), static_cast<short>(q.sub_shot()),
+      TextOf(q.has_diag(), q.diag()), q.shot(), static_cast<short>(q.sub_shot()),
       static_cast<short>(q.ch_key1()), static_cast<short>(q.ch_key2()), server, kind.data(),
       text1.data(), text2.data(), text3.data(), text4.data(), clockSetting.ptr(), num8.ptr(),
       clockSource.data(), preSample.data(), sampInterval.data(), clkType.data(),
@@ -123,19 +117,19 @@ void AnswerDTSinfoCLK(const char* server, const v1::DTSinfoCLKRequest& q,
 
 void AnswerSamplingCycle(const char* server, const v1::SamplingCycleRequest& q,
                          v1::SamplingCycleReply* r) {
-  const DtsOutput clock = Output(q.clock());
-  const DtsOutput trigger = Output(q.trigger());
+  const LinkTexts clock = TextsOf(q.clock());
+  const LinkTexts trigger = TextsOf(q.trigger());
   NumberOut<int> sampInterval(true, q.samp_interval());
   NumberOut<int64_t> period(q.has_samp_period(), q.samp_period());
   NumberOut<int64_t> clockStart(q.has_clock_start(), q.clock_start());
   NumberOut<int64_t> triggerTime(q.has_trigger_time(), q.trigger_time());
   NumberOut<int64_t> clockCycle(q.has_clock_cycle(), q.clock_cycle());
   r->set_status(tovakSamplingCycle(
-      server, clock.dtsType, clock.dtsHost, clock.module, clock.output, trigger.dtsType, trigger.dtsHost,
-      trigger.module, trigger.output, sampInterval.ptr(), q.shot(),
-      static_cast<unsigned short>(q.sub_shot()), Text(q.has_clock_source(), q.clock_source()),
-      Text(q.has_internal_clock(), q.internal_clock()),
-      Text(q.has_cycle_multiplier(), q.cycle_multiplier()), period.ptr(), clockStart.ptr(),
+      server, clock.dtsType, clock.dtsHost, clock.module, clock.output, trigger.dtsType,
+      trigger.dtsHost, trigger.module, trigger.output, sampInterval.ptr(), q.shot(),
+      static_cast<unsigned short>(q.sub_shot()), TextOf(q.has_clock_source(), q.clock_source()),
+      TextOf(q.has_internal_clock(), q.internal_clock()),
+      TextOf(q.has_cycle_multiplier(), q.cycle_multiplier()), period.ptr(), clockStart.ptr(),
       triggerTime.ptr(), clockCycle.ptr()));
   Report(sampInterval, [&](int v) { r->set_samp_interval(v); });
   Report(period, [&](int64_t v) { r->set_samp_period(v); });
@@ -146,45 +140,23 @@ void AnswerSamplingCycle(const char* server, const v1::SamplingCycleRequest& q,
 
 void AnswerSampling0Timing(const char* server, const v1::Sampling0TimingRequest& q,
                            v1::Sampling0TimingReply* r) {
-  const DtsOutput trigger = Output(q.trigger());
+  const LinkTexts trigger = TextsOf(q.trigger());
   NumberOut<int64_t> triggerTime(true, q.trigger_time());
   NumberOut<int64_t> firstSample(q.has_first_sample_time(), q.first_sample_time());
   r->set_status(tovakSampling0Timing(
-      server, q.from_clock_start(), trigger.dtsType, trigger.dtsHost, trigger.module, trigger.output,
-      q.shot(), static_cast<unsigned short>(q.sub_shot()),
-      Text(q.has_clock_source(), q.clock_source()), Text(q.has_pre_sample(), q.pre_sample()),
+      server, q.from_clock_start(), trigger.dtsType, trigger.dtsHost, trigger.module,
+      trigger.output, q.shot(), static_cast<unsigned short>(q.sub_shot()),
+      TextOf(q.has_clock_source(), q.clock_source()), TextOf(q.has_pre_sample(), q.pre_sample()),
       q.samp_period(), q.clock_start(), triggerTime.ptr(), firstSample.ptr()));
   Report(triggerTime, [&](int64_t v) { r->set_trigger_time(v); });
   Report(firstSample, [&](int64_t v) { r->set_first_sample_time(v); });
 }
 
-void AnswerDTSdatax2(const char* server, const v1::DTSdatax2Request& q, v1::DTSdatax2Reply* r) {
-  TimeBaseRequest request;
-  request.server = server;
-  request.trigger = Output(q.trigger());
-  request.clock = Output(q.clock());
-  request.sampleCount = q.sample_count();
-  request.shot = q.shot();
-  request.subShot = static_cast<unsigned short>(q.sub_shot());
-  request.clockSource = Text(q.has_clock_source(), q.clock_source());
-  request.internalClock = Text(q.has_internal_clock(), q.internal_clock());
-  request.cycleMultiplier = Text(q.has_cycle_multiplier(), q.cycle_multiplier());
-  request.preSample = Text(q.has_pre_sample(), q.pre_sample());
-  request.lastSample = q.last_sample();
-  int sampInterval = q.samp_interval();
-  int64_t period = 0, delay = 0;
-  r->set_status(ComputeTimeBase(request, &sampInterval, &period, &delay));
-  if (r->status() != 0) return;
-  r->set_samp_interval(sampInterval);
-  r->set_samp_period(period);
-  r->set_delay(delay);
-}
-
 void AnswerDTSParameters(const char* server, const v1::DTSParametersRequest& q,
                          v1::DTSParametersReply* r) {
   CParamSet params;
-  r->set_status(getDTSParameters(server, Text(q.has_dts_name(), q.dts_name()),
-                                 Text(q.has_module(), q.module()), q.shot(),
+  r->set_status(getDTSParameters(server, TextOf(q.has_dts_name(), q.dts_name()),
+                                 TextOf(q.has_module(), q.module()), q.shot(),
                                  static_cast<unsigned short>(q.sub_shot()),
                                  static_cast<unsigned short>(q.channel()), params));
   if (r->status() == 0) r->set_param_text(params.GetString());
@@ -198,7 +170,7 @@ void AnswerDTSParametersCount(const char* server, const v1::DTSParametersCountRe
   NumberOut<int> first(true, q.first_channel());
   NumberOut<int> last(true, q.last_channel());
   r->set_status(tovakGetDTSParametersCount(
-      server, Text(q.has_dts_name(), q.dts_name()), Text(q.has_module(), q.module()), q.shot(),
+      server, TextOf(q.has_dts_name(), q.dts_name()), TextOf(q.has_module(), q.module()), q.shot(),
       static_cast<unsigned short>(q.sub_shot()), count.ptr(), first.ptr(), last.ptr(),
       moduleName.data()));
   Report(count, [&](short v) { r->set_count(v); });

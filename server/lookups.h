@@ -2,6 +2,8 @@
 // under direct database access, against the index database server name of
 // the caller's site.
 //
+// The time base (GetDTSdatax2) is the library's own: service::AnswerTimeBase.
+//
 // Each answer starts the lookup's outputs from the values the caller holds,
 // and reports an output only when the lookup changed (numbers) or wrote
 // (texts) it, so that the caller's untouched outputs stay untouched.
@@ -32,8 +34,6 @@ void AnswerSamplingCycle(const char* indexServer, const v1::SamplingCycleRequest
                          v1::SamplingCycleReply* reply);
 void AnswerSampling0Timing(const char* indexServer, const v1::Sampling0TimingRequest& request,
                            v1::Sampling0TimingReply* reply);
-void AnswerDTSdatax2(const char* indexServer, const v1::DTSdatax2Request& request,
-                     v1::DTSdatax2Reply* reply);
 void AnswerDTSParameters(const char* indexServer, const v1::DTSParametersRequest& request,
                          v1::DTSParametersReply* reply);
 void AnswerDTSParametersCount(const char* indexServer,

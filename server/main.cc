@@ -12,6 +12,7 @@
 #include "server/server_config.h"
 #include "server/supervisor.h"
 
+namespace tovak::server {
 namespace {
 
 // The usage line: on standard output for --help (exit 0), else an error.
@@ -22,6 +23,7 @@ int Usage(bool asked = false) {
 }
 
 }  // namespace
+}  // namespace tovak::server
 
 int main(int argc, char** argv) {
   std::string configFile, portFile;
@@ -35,12 +37,12 @@ int main(int argc, char** argv) {
     } else if (argument == "--check") {
       checkOnly = true;
     } else if (argument == "--help") {
-      return Usage(true);
+      return tovak::server::Usage(true);
     } else {
-      return Usage();
+      return tovak::server::Usage();
     }
   }
-  if (configFile.empty()) return Usage();
+  if (configFile.empty()) return tovak::server::Usage();
 
   tovak::server::ServerConfig config;
   std::string error;

@@ -2,16 +2,23 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <ctime>
+#include <functional>
 
 #include <grpc/grpc_security_constants.h>
+#include <grpcpp/impl/codegen/proto_utils.h>
+#include <grpcpp/impl/rpc_service_method.h>
 #include <grpcpp/security/auth_context.h>
+#include <grpcpp/server_context.h>
+#include <grpcpp/support/method_handler.h>
 
-#include "db/query_deadline.h"
 #include "remote/call_auth.h"
+#include "remote/timing_data.pb.h"
 #include "server/lookups.h"
 #include "server/request_log.h"
 #include "tovak/remote_client.h"
+#include "tovak/server_support.h"
 
 namespace tovak::server {
 namespace {
@@ -72,7 +79,12 @@ std::chrono::steady_clock::time_point QueryLimit(const grpc::ServerContext& cont
          std::chrono::duration_cast<std::chrono::steady_clock::duration>(left);
 }
 
-class Stopwatch {
+// The method's name in a path "/package.Service/Method".
+const char* MethodName(const char* path) { return std::strrchr(path, '/') + 1; }
+
+}  // namespace
+
+class TimingDataService::Stopwatch {
  public:
   int64_t micros() const {
     return std::chrono::duration_cast<std::chrono::microseconds>(
@@ -84,17 +96,71 @@ class Stopwatch {
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-}  // namespace
+TimingDataService::TimingDataService(const ServerConfig& config, Authorizer& authorizer)
+    : config_(config), authorizer_(authorizer), admission_(config.queueLength) {
+  Add<v1::SelectSiteRequest, v1::SelectSiteReply>("/tovak.remote.v1.TimingData/SelectSite",
+                                                  &TimingDataService::SelectSite);
+  AddLookup("/tovak.remote.v1.TimingData/GetDTSinfox", AnswerDTSinfox);
+  AddLookup("/tovak.remote.v1.TimingData/GetDTSinfoCLK", AnswerDTSinfoCLK);
+  AddLookup("/tovak.remote.v1.TimingData/SamplingCycle", AnswerSamplingCycle);
+  AddLookup("/tovak.remote.v1.TimingData/Sampling0Timing", AnswerSampling0Timing);
+  AddLookup("/tovak.remote.v1.TimingData/GetDTSdatax2", service::AnswerTimeBase);
+  AddLookup("/tovak.remote.v1.TimingData/GetDTSParameters", AnswerDTSParameters);
+  AddLookup("/tovak.remote.v1.TimingData/GetDTSParametersCount", AnswerDTSParametersCount);
+}
 
-Verdict TimingDataService::Authorize(grpc::ServerContext* context, const char* method,
-                                     const std::string& site,
-                                     const google::protobuf::MessageLite& request) {
+template <class Request, class Reply, class Handle>
+void TimingDataService::Add(const char* path, Handle handle) {
+  const char* method = MethodName(path);
+  AddMethod(new grpc::internal::RpcServiceMethod(
+      path, grpc::internal::RpcMethod::NORMAL_RPC,
+      new grpc::internal::RpcMethodHandler<TimingDataService, Request, Reply,
+                                           google::protobuf::MessageLite,
+                                           google::protobuf::MessageLite>(
+          [method, handle](TimingDataService* service, grpc::ServerContext* context,
+                           const Request* request, Reply* reply) {
+            return std::invoke(handle, *service, context, method, *request, reply);
+          },
+          this)));
+}
+
+template <class Request, class Reply>
+void TimingDataService::AddLookup(const char* path,
+                                  void (*answer)(const char*, const Request&, Reply*)) {
+  Add<Request, Reply>(path, [answer](TimingDataService& service, grpc::ServerContext* context,
+                                     const char* method, const Request& request, Reply* reply) {
+    return service.Serve(context, method, request, [&](const char* index) {
+      answer(index, request, reply);
+      return reply->status();
+    });
+  });
+}
+
+grpc::Status TimingDataService::SelectSite(grpc::ServerContext* context, const char* method,
+                                           const v1::SelectSiteRequest& request,
+                                           v1::SelectSiteReply* reply) {
+  const Stopwatch watch;
+  const std::string& site = request.site();
+  const Verdict verdict = Identify(context, method, site, request, watch);
+  if (!verdict.allowed) return Refusal();
+  const bool served = request.has_site() && config_.sites.count(SiteKey(site)) != 0;
+  reply->set_status(served ? 0 : TOVAK_E_REMOTE_UNKNOWN_SITE);
+  LogRequest(verdict.user, site, method, std::to_string(reply->status()), watch.micros());
+  return grpc::Status::OK;
+}
+
+Verdict TimingDataService::Identify(grpc::ServerContext* context, const char* method,
+                                    const std::string& site,
+                                    const google::protobuf::MessageLite& request,
+                                    const Stopwatch& watch) {
   const CallProof proof = ProofOf(*context);
   CallFacts call{method, site, ""};
   if (proof.user.has_value() && proof.certificate.empty()) {
     call.requestDigest = remote::Sha256(request.SerializeAsString());
   }
-  return authorizer_.Check(proof, call, static_cast<int64_t>(std::time(nullptr)));
+  Verdict verdict = authorizer_.Check(proof, call, static_cast<int64_t>(std::time(nullptr)));
+  if (!verdict.allowed) LogRefusal(verdict.user, site, method, verdict.reason, watch.micros());
+  return verdict;
 }
 
 template <class Answer>
@@ -103,11 +169,8 @@ grpc::Status TimingDataService::Serve(grpc::ServerContext* context, const char* 
                                       Answer&& answer) {
   const Stopwatch watch;
   const std::string site = Metadata(*context, remote::kSiteKey).value_or("");
-  const Verdict verdict = Authorize(context, method, site, request);
-  if (!verdict.allowed) {
-    LogRefusal(verdict.user, site, method, verdict.reason, watch.micros());
-    return Refusal();
-  }
+  const Verdict verdict = Identify(context, method, site, request, watch);
+  if (!verdict.allowed) return Refusal();
   const auto served = config_.sites.find(SiteKey(site));
   if (served == config_.sites.end()) {
     LogRefusal(verdict.user, site, method, "site", watch.micros());
@@ -121,90 +184,11 @@ grpc::Status TimingDataService::Serve(grpc::ServerContext* context, const char* 
   }
   int status = 0;
   {
-    const db::QueryDeadline limit(QueryLimit(*context));
+    const service::QueryDeadline limit(QueryLimit(*context));
     status = answer(served->second.indexServer.c_str());
   }
   LogRequest(verdict.user, site, method, std::to_string(status), watch.micros());
   return grpc::Status::OK;
-}
-
-grpc::Status TimingDataService::SelectSite(grpc::ServerContext* context,
-                                           const v1::SelectSiteRequest* request,
-                                           v1::SelectSiteReply* reply) {
-  const Stopwatch watch;
-  const std::string site = request->site();
-  const Verdict verdict = Authorize(context, "SelectSite", site, *request);
-  if (!verdict.allowed) {
-    LogRefusal(verdict.user, site, "SelectSite", verdict.reason, watch.micros());
-    return Refusal();
-  }
-  const bool served = request->has_site() && config_.sites.count(SiteKey(site)) != 0;
-  reply->set_status(served ? 0 : TOVAK_E_REMOTE_UNKNOWN_SITE);
-  LogRequest(verdict.user, site, "SelectSite", std::to_string(reply->status()), watch.micros());
-  return grpc::Status::OK;
-}
-
-grpc::Status TimingDataService::GetDTSinfox(grpc::ServerContext* context,
-                                            const v1::DTSinfoxRequest* request,
-                                            v1::DTSinfoxReply* reply) {
-  return Serve(context, "GetDTSinfox", *request, [&](const char* index) {
-    AnswerDTSinfox(index, *request, reply);
-    return reply->status();
-  });
-}
-
-grpc::Status TimingDataService::GetDTSinfoCLK(grpc::ServerContext* context,
-                                              const v1::DTSinfoCLKRequest* request,
-                                              v1::DTSinfoCLKReply* reply) {
-  return Serve(context, "GetDTSinfoCLK", *request, [&](const char* index) {
-    AnswerDTSinfoCLK(index, *request, reply);
-    return reply->status();
-  });
-}
-
-grpc::Status TimingDataService::SamplingCycle(grpc::ServerContext* context,
-                                              const v1::SamplingCycleRequest* request,
-                                              v1::SamplingCycleReply* reply) {
-  return Serve(context, "SamplingCycle", *request, [&](const char* index) {
-    AnswerSamplingCycle(index, *request, reply);
-    return reply->status();
-  });
-}
-
-grpc::Status TimingDataService::Sampling0Timing(grpc::ServerContext* context,
-                                                const v1::Sampling0TimingRequest* request,
-                                                v1::Sampling0TimingReply* reply) {
-  return Serve(context, "Sampling0Timing", *request, [&](const char* index) {
-    AnswerSampling0Timing(index, *request, reply);
-    return reply->status();
-  });
-}
-
-grpc::Status TimingDataService::GetDTSdatax2(grpc::ServerContext* context,
-                                             const v1::DTSdatax2Request* request,
-                                             v1::DTSdatax2Reply* reply) {
-  return Serve(context, "GetDTSdatax2", *request, [&](const char* index) {
-    AnswerDTSdatax2(index, *request, reply);
-    return reply->status();
-  });
-}
-
-grpc::Status TimingDataService::GetDTSParameters(grpc::ServerContext* context,
-                                                 const v1::DTSParametersRequest* request,
-                                                 v1::DTSParametersReply* reply) {
-  return Serve(context, "GetDTSParameters", *request, [&](const char* index) {
-    AnswerDTSParameters(index, *request, reply);
-    return reply->status();
-  });
-}
-
-grpc::Status TimingDataService::GetDTSParametersCount(
-    grpc::ServerContext* context, const v1::DTSParametersCountRequest* request,
-    v1::DTSParametersCountReply* reply) {
-  return Serve(context, "GetDTSParametersCount", *request, [&](const char* index) {
-    AnswerDTSParametersCount(index, *request, reply);
-    return reply->status();
-  });
 }
 
 }  // namespace tovak::server

@@ -6,49 +6,45 @@
 
 #include <string>
 
-#include "remote/timing_data.grpc.pb.h"
+#include <google/protobuf/message_lite.h>
+#include <grpcpp/impl/service_type.h>
+
+#include "remote/timing_data.pb.h"
 #include "server/admission.h"
 #include "server/authorizer.h"
 #include "server/server_config.h"
 
 namespace tovak::server {
 
-namespace v1 = ::tovak::remote::v1;
-
-class TimingDataService final : public remote::v1::TimingData::Service {
+// The service's methods come from one table (service.cc), registered the way
+// gRPC's generated services register theirs: each lookup is served by the
+// same steps, SelectSite by the first of them.
+class TimingDataService final : public grpc::Service {
  public:
-  TimingDataService(const ServerConfig& config, Authorizer& authorizer)
-      : config_(config), authorizer_(authorizer), admission_(config.queueLength) {}
+  TimingDataService(const ServerConfig& config, Authorizer& authorizer);
 
   // Refuses every lookup not yet running, from now on: the worker stops.
   void StopAdmitting() { admission_.Stop(); }
 
-  grpc::Status SelectSite(grpc::ServerContext* context, const v1::SelectSiteRequest* request,
-                          v1::SelectSiteReply* reply) override;
-  grpc::Status GetDTSinfox(grpc::ServerContext* context, const v1::DTSinfoxRequest* request,
-                           v1::DTSinfoxReply* reply) override;
-  grpc::Status GetDTSinfoCLK(grpc::ServerContext* context, const v1::DTSinfoCLKRequest* request,
-                             v1::DTSinfoCLKReply* reply) override;
-  grpc::Status SamplingCycle(grpc::ServerContext* context,
-                             const v1::SamplingCycleRequest* request,
-                             v1::SamplingCycleReply* reply) override;
-  grpc::Status Sampling0Timing(grpc::ServerContext* context,
-                               const v1::Sampling0TimingRequest* request,
-                               v1::Sampling0TimingReply* reply) override;
-  grpc::Status GetDTSdatax2(grpc::ServerContext* context, const v1::DTSdatax2Request* request,
-                            v1::DTSdatax2Reply* reply) override;
-  grpc::Status GetDTSParameters(grpc::ServerContext* context,
-                                const v1::DTSParametersRequest* request,
-                                v1::DTSParametersReply* reply) override;
-  grpc::Status GetDTSParametersCount(grpc::ServerContext* context,
-                                     const v1::DTSParametersCountRequest* request,
-                                     v1::DTSParametersCountReply* reply) override;
-
  private:
-  // The verdict on the call named method about site with request.
-  Verdict Authorize(grpc::ServerContext* context, const char* method, const std::string& site,
-                    const google::protobuf::MessageLite& request);
-  // Authorizes the call and, when site names a served site, runs
+  class Stopwatch;
+
+  // Adds the method at path "/package.Service/Method", answered by
+  // handle(*this, context, "Method", request, reply).
+  template <class Request, class Reply, class Handle>
+  void Add(const char* path, Handle handle);
+  // Adds the lookup at path whose reply answer(indexServer, request, reply) fills.
+  template <class Request, class Reply>
+  void AddLookup(const char* path, void (*answer)(const char*, const Request&, Reply*));
+
+  grpc::Status SelectSite(grpc::ServerContext* context, const char* method,
+                          const remote::v1::SelectSiteRequest& request,
+                          remote::v1::SelectSiteReply* reply);
+
+  // The verdict on the call named method about site; a refusal is logged.
+  Verdict Identify(grpc::ServerContext* context, const char* method, const std::string& site,
+                   const google::protobuf::MessageLite& request, const Stopwatch& watch);
+  // Identifies the caller and, when the call's site is served, runs
   // answer(indexServer) in the library's turn, unless the caller has gone
   // meanwhile, with its database queries ending by the caller's deadline;
   // answer returns the lookup's status. Logs the outcome.

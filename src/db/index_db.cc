@@ -91,8 +91,6 @@ void PgIndexDb::Configure(ConnectionParams params) {
   current_ = found;
 }
 
-int PgIndexDb::open() { return current_->connection.Open(); }
-
 void PgIndexDb::Close() {
   EndLookup();
   if (swCloseEachTime) current_->connection.Disconnect();
@@ -103,8 +101,6 @@ void PgIndexDb::ForceClose(int force) {
   EndLookup();
   for (const auto& target : targets_) target->connection.Disconnect();
 }
-
-bool PgIndexDb::is_open() const { return current_->connection.IsOpen(); }
 
 void PgIndexDb::EndLookup() {
   for (const auto& target : targets_) target->queries.EndLookup();
@@ -169,17 +165,11 @@ CRDBres* PgIndexDb::get_shot_record(unsigned int shot, unsigned int subShot) {
 
 }  // namespace tovak::db
 
-// The process-wide instance, created by the first setup().
-namespace {
-std::unique_ptr<tovak::db::PgIndexDb> index_instance;
-}  // namespace
-
 bool CIndexDBComm::swCloseEachTime = true;
 
 void CIndexDBComm::setup(const char* host, const char* port, const char* database,
                          const char* user, const char* password) {
-  if (!index_instance) index_instance = std::make_unique<tovak::db::PgIndexDb>();
-  index_instance->Configure(tovak::db::MakeParams(host, port, database, user, password));
+  tovak::db::PgIndexDb::Setup(host, port, database, user, password);
 }
 
-CIndexDBComm* CIndexDBComm::getInstance() { return index_instance.get(); }
+CIndexDBComm* CIndexDBComm::getInstance() { return tovak::db::PgIndexDb::Instance(); }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "db/catalog_cache.h"
+#include "db/pg_comm.h"
 #include "db/pg_connection.h"
 #include "tovak/rdb.h"
 
@@ -16,21 +17,19 @@ namespace tovak::db {
 // the target keeps the other connections as they are, so a process that
 // serves several sites does not reconnect at every change of site. At most
 // kMaxTargets are kept; the one used longest ago gives way.
-class PgIndexDb final : public CIndexDBComm {
+class PgIndexDb final : public PgComm<CIndexDBComm, PgIndexDb> {
  public:
   static constexpr size_t kMaxTargets = 8;
 
   PgIndexDb() { Configure({}); }
   // Makes `params` the target of the calls that follow.
   void Configure(ConnectionParams params);
-  PgConnection& connection() { return current_->connection; }
+  PgConnection& connection() const { return current_->connection; }
 
-  int open() override;
   // Ends the connection while swCloseEachTime is true.
   void Close() override;
   // Ends every connection when force is non-zero, else as Close().
   void ForceClose(int force) override;
-  bool is_open() const override;
 
   int get_site_id(const char* site) override;
   int get_diag_id(const char* diag, int siteId, int* out) override;

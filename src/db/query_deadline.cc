@@ -2,22 +2,26 @@
 
 #include <algorithm>
 
-namespace tovak::db {
+namespace tovak {
 namespace {
 
 thread_local std::optional<std::chrono::steady_clock::time_point> limit;
 
 }  // namespace
 
-QueryDeadline::QueryDeadline(std::chrono::steady_clock::time_point deadline) : outer_(limit) {
+service::QueryDeadline::QueryDeadline(std::chrono::steady_clock::time_point deadline)
+    : outer_(limit) {
   limit = outer_ ? std::min(*outer_, deadline) : deadline;
 }
 
-QueryDeadline::~QueryDeadline() { limit = outer_; }
+service::QueryDeadline::~QueryDeadline() { limit = outer_; }
+
+namespace db {
 
 std::chrono::steady_clock::time_point QueryEnd(std::chrono::seconds timeout) {
   const auto end = std::chrono::steady_clock::now() + timeout;
   return limit ? std::min(*limit, end) : end;
 }
 
-}  // namespace tovak::db
+}  // namespace db
+}  // namespace tovak

@@ -1,7 +1,6 @@
 #include "db/setup_db.h"
 
 #include <cstdint>
-#include <memory>
 
 namespace tovak::db {
 namespace {
@@ -13,10 +12,8 @@ constexpr Statement kModules = {
 
 }  // namespace
 
-int PgSetupDb::open() { return connection_.Open(); }
 void PgSetupDb::Close() { connection_.Disconnect(); }
 void PgSetupDb::ForceClose(int) { connection_.Disconnect(); }
-bool PgSetupDb::is_open() const { return connection_.IsOpen(); }
 
 CRDBres* PgSetupDb::get_dmod_diag_shot(const char* diag, unsigned int shot,
                                        unsigned int subshot) {
@@ -25,15 +22,9 @@ CRDBres* PgSetupDb::get_dmod_diag_shot(const char* diag, unsigned int shot,
 
 }  // namespace tovak::db
 
-// The process-wide instance, created by the first setupInstance().
-namespace {
-std::unique_ptr<tovak::db::PgSetupDb> setup_instance;
-}  // namespace
-
 void CSetupDBComm::setupInstance(const char* host, const char* port, const char* database,
                                  const char* user, const char* password) {
-  if (!setup_instance) setup_instance = std::make_unique<tovak::db::PgSetupDb>();
-  setup_instance->Configure(tovak::db::MakeParams(host, port, database, user, password));
+  tovak::db::PgSetupDb::Setup(host, port, database, user, password);
 }
 
-CSetupDBComm* CSetupDBComm::getInstance() { return setup_instance.get(); }
+CSetupDBComm* CSetupDBComm::getInstance() { return tovak::db::PgSetupDb::Instance(); }

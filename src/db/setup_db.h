@@ -4,21 +4,21 @@
 
 #include <utility>
 
+#include "db/pg_comm.h"
 #include "db/pg_connection.h"
 #include "tovak/rdb.h"
 
 namespace tovak::db {
 
-class PgSetupDb final : public CSetupDBComm {
+class PgSetupDb final : public PgComm<CSetupDBComm, PgSetupDb> {
  public:
   void Configure(ConnectionParams params) { connection_.Configure(std::move(params)); }
   PgConnection& connection() { return connection_; }
+  const PgConnection& connection() const { return connection_; }
 
-  int open() override;
   // The setup connection has no close switch: Close() always ends it.
   void Close() override;
   void ForceClose(int force) override;
-  bool is_open() const override;
 
   CRDBres* get_dmod_diag_shot(const char* diag, unsigned int shot,
                               unsigned int subshot) override;

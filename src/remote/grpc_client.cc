@@ -17,6 +17,7 @@
 #include "remote/file_text.h"
 #include "remote/reply_bounds.h"
 #include "remote/secret_text.h"
+#include "remote/link_texts.h"
 #include "remote/status_map.h"
 #include "tovak/tovak.h"
 
@@ -64,14 +65,6 @@ std::string Target(std::string_view host, int port) {
 
 std::chrono::system_clock::time_point DeadlineAfter(std::chrono::milliseconds span) {
   return std::chrono::system_clock::now() + span;
-}
-
-void SetLink(v1::DTSLink* link, const char* type, const char* host, const char* module,
-             const char* output) {
-  if (type != nullptr) link->set_dts_type(type);
-  if (host != nullptr) link->set_dts_host(host);
-  if (module != nullptr) link->set_module(module);
-  if (output != nullptr) link->set_output(output);
 }
 
 // Outputs are written back only when the server wrote them.
@@ -380,8 +373,8 @@ int GrpcDataClient::SamplingCycle(const char* clkDtsType, const char* clkDtsHost
                                   int* sampInterval, int64_t* sampPeriod, int64_t* clockStart,
                                   int64_t* triggerTime, int64_t* clockCycle) {
   v1::SamplingCycleRequest request;
-  SetLink(request.mutable_clock(), clkDtsType, clkDtsHost, clkModule, clkOutput);
-  SetLink(request.mutable_trigger(), trgDtsType, trgDtsHost, trgModule, trgOutput);
+  SetLink(request.mutable_clock(), {clkDtsType, clkDtsHost, clkModule, clkOutput});
+  SetLink(request.mutable_trigger(), {trgDtsType, trgDtsHost, trgModule, trgOutput});
   request.set_samp_interval(sampIntervalIn);
   request.set_shot(shot);
   request.set_sub_shot(subShot);
@@ -415,7 +408,7 @@ int GrpcDataClient::Sampling0Timing(unsigned char fromClockStart, const char* tr
                                     int64_t* triggerTime, int64_t* firstSampleTime) {
   v1::Sampling0TimingRequest request;
   request.set_from_clock_start(fromClockStart != 0);
-  SetLink(request.mutable_trigger(), trgDtsType, trgDtsHost, trgModule, trgOutput);
+  SetLink(request.mutable_trigger(), {trgDtsType, trgDtsHost, trgModule, trgOutput});
   request.set_shot(shot);
   request.set_sub_shot(subShot);
   if (clockSource != nullptr) request.set_clock_source(clockSource);
@@ -445,8 +438,8 @@ int GrpcDataClient::GetDTSdatax2(const char* trgDtsType, const char* trgDtsHost,
                                  const char* preSample, int64_t lastSample, int* sampInterval,
                                  int64_t* sampPeriod, int64_t* delay) {
   v1::DTSdatax2Request request;
-  SetLink(request.mutable_trigger(), trgDtsType, trgDtsHost, trgModule, trgOutput);
-  SetLink(request.mutable_clock(), clkDtsType, clkDtsHost, clkModule, clkOutput);
+  SetLink(request.mutable_trigger(), {trgDtsType, trgDtsHost, trgModule, trgOutput});
+  SetLink(request.mutable_clock(), {clkDtsType, clkDtsHost, clkModule, clkOutput});
   request.set_samp_interval(sampIntervalIn);
   request.set_sample_count(sampleCount);
   request.set_shot(shot);

@@ -25,7 +25,8 @@ done
 cxx=(tovakGetDTSinfoCLK tovakSamplingCycle tovakSampling0Timing V2tovakSampling0Timing
      tovakFirstSampleAdjust getDTSParameters setTovakProtocolV1 setTovakProtocolV2
      isTovakProtocolV2 cCheckV2scheme CheckV2scheme tDataClientSetup IndexSetup SetupSetup
-     get_dmod_host_id checkFPGA trimstrcpy is_verbose)
+     get_dmod_host_id checkFPGA trimstrcpy is_verbose
+     tovak::service::QueryDeadline::QueryDeadline tovak::service::AnswerTimeBase)
 for name in "${cxx[@]}"; do
   if grep -qx "$name" <<<"$defined"; then
     echo "exported with C linkage, expected C++: $name"
