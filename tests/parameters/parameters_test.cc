@@ -287,16 +287,14 @@ TEST_F(CountTest, RemoteAnswersPassThrough) {
   int status = 0;
   Client().getDTSParameters = [&](const char* dts, const char* module, unsigned shot,
                                   unsigned short sub, unsigned short ch, std::string& text) {
-    seen = std::string(dts) + "," + module + "," + std::to_string(shot) + "," +
-           std::to_string(sub) + "," + std::to_string(ch) + "," + text;
+    seen = Call("", dts, module, shot, sub, ch, text);
     text = list;
     return status;
   };
   Client().getDTSParametersCount = [&](const char* dts, const char* module, unsigned shot,
                                        unsigned short sub, int first, int last, int* count,
                                        int* firstOut, int* lastOut, std::string& name) {
-    seen = std::string(dts) + "," + module + "," + std::to_string(shot) + "," +
-           std::to_string(sub) + "," + std::to_string(first) + "," + std::to_string(last);
+    seen = Call("", dts, module, shot, sub, first, last);
     std::tie(*count, *firstOut, *lastOut, name) = std::tuple(70000, 3, 16, std::string(70, 'N'));
     return status;
   };
@@ -304,10 +302,10 @@ TEST_F(CountTest, RemoteAnswersPassThrough) {
   set.AddParam("mine", 1);
   ASSERT_EQ(Build(set, 3, "NONAME"), 0);
   EXPECT_EQ(seen + set.GetString(),
-            "DTS1,NONAME,1234,2,3,CParamSet 1 2\n2 mine 1\n1 C two%20words%0A\n");
+            "(DTS1,NONAME,1234,2,3,)CParamSet 1 2\n2 mine 1\n1 C two%20words%0A\n");
   // Of the count only the low 16 bits reach the caller, of the name 63 characters.
   EXPECT_EQ(Count(2, 0, "NONAME"), Answer(0, 70000 - 65536, 3, 16, std::string(63, 'N')));
-  EXPECT_EQ(seen, "DTS1,NONAME,1234,2,2,0");
+  EXPECT_EQ(seen, "(DTS1,NONAME,1234,2,2,0)");
   EXPECT_TRUE(IndexDb().log.empty());
   status = 5;  // failures, and a list that does not parse, leave the outputs alone
   EXPECT_EQ(Build(set, 1), 5);
