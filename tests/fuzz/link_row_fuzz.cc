@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "fuzz_support.h"
@@ -95,7 +96,25 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FUZZ_CHECK(num4 == static_cast<int16_t>(std::strtol(c4.str().c_str(), nullptr, 10)));
     FUZZ_CHECK(setting == cSetting && num8 == cNum8);
     FUZZ_CHECK(cWord3.str().empty() ? word3.Untouched() : word3.str() == cWord3.str());
-    FUZZ_CHECK(cType.str().empty() == cHost.str().empty());  // a ClkDTS group comes whole
+    // An option's value is the number in the word the other lookup read.
+    for (const auto& [word, value, absent] :
+         {std::tuple(cPre.str(), pre, 0), std::tuple(cInterval.str(), interval, 1)}) {
+      const auto number = static_cast<int32_t>(std::strtol(word.c_str(), nullptr, 10));
+      if (word.empty()) FUZZ_CHECK(value == absent);
+      if (!word.empty() && word.size() <= 63) {
+        FUZZ_CHECK(value == number || (number == 0 && value == absent));
+      }
+    }
+    // A ClkDTS group is taken whole: the identifier is that of the kind and
+    // name the other lookup read (a name over 63 characters is not looked up).
+    const std::string type = cType.str(), host = cHost.str();
+    FUZZ_CHECK(type.empty() == host.empty());
+    int expected = 0;
+    if (!host.empty() && host.size() <= 63) {
+      if (type == "VME" || type == "FPGA") expected = 1000 + static_cast<int>(host.size());
+      if (type == "CAMAC") expected = 2000 + static_cast<int>(host.size());
+    }
+    FUZZ_CHECK(hostId == expected);
   }
   FUZZ_CHECK(!IndexDb().is_open());
   tovak::fuzz::CheckCompanions();
