@@ -182,50 +182,11 @@ TEST_F(SamplingTest, TimeBaseChainsCycleAndFirstSample) {
   }
 }
 
-// The period and delay in picoseconds, as the remote side answers them, printed and in seconds.
-TEST_F(SamplingTest, PrintFormatsAndSeconds) {
-  setTovakProtocolV2("grpc://srv:1");
-  int64_t period = 0, delay = 0;
-  Client().getDTSdatax2 = [&](auto... a) {
-    std::tie(*std::get<18>(std::tie(a...)), *std::get<19>(std::tie(a...))) = std::tie(period, delay);
-    return 0;
-  };
-  const auto timeBase = [&](short quiet, int wide, int64_t count, const char* preSample, void* axis,
-                            void* cycleOut, void* delayOut) {
-    int interval = 7;
-    CaptureStdout();
-    EXPECT_EQ(tovakGetDTSdatax2_ex("db", "FPGA-DTS", "dts1", "DMOD01", "TRG1", "FPGA-DTS", "dts1", "DMOD02",
-                                   "DCK1", &interval, count, 1234, 2, "Internal", "", "", preSample, 0, quiet, wide,
-                                   axis, cycleOut, delayOut), 0);
-    return GetCapturedStdout();
-  };
-  const struct { int64_t period, delay; short quiet; const char* printed; } cases[] = {
-      {1000000, 2500000000, 0, "Cycle = [0.00000100] sec\nDelay = [0.00250000] sec\n"},
-      {1000, 5, 0, "Cycle = [0.000000001000] sec\nDelay = [0.000000000005] sec\n"},
-      {500, -1100000, 0, "Cycle = [0.000000000500000] sec\nDelay = [-0.000001100000000] sec\n"},
-      {100000, 0, -1, ""}};
-  for (const auto& c : cases) {
-    std::tie(period, delay) = std::tie(c.period, c.delay);
-    EXPECT_EQ(timeBase(c.quiet, 1, 0, "0", nullptr, nullptr, nullptr), c.printed);
-  }
-  double seconds;  // without an axis, delayOut is the time of sample 0
-  std::tie(period, delay) = std::pair(100000, -1100000);
-  timeBase(1, 1, 3, "10", nullptr, nullptr, &seconds);
-  EXPECT_EQ(seconds, -1.1e-6);
-  // Single precision: the float of the picoseconds divided in float, which at
-  // -1099965 ps differs from the double result narrowed.
-  float single, singleCycle, singleDelay;
-  delay = -1199965;
-  timeBase(1, 0, 1, "1", &single, &singleCycle, &singleDelay);
-  EXPECT_EQ(std::tie(single, singleCycle, singleDelay),
-            std::make_tuple(-1.09996506e-06f, static_cast<float>(1e-7), -1.09996506e-06f));
-  EXPECT_NE(single, static_cast<float>(-1099965 / 1e12));
-}
-
+// The remote forms of the steps, and the period and delay in picoseconds as
+// the remote side answers them: printed, in seconds and on the axis.
 TEST_F(SamplingTest, RemoteFormsAndTheWholeTimeBase) {
   setTovakProtocolV2("grpc://srv:1");
   std::string seen;
-  int status = -61;
   Client().samplingCycle = [&](auto... a) { seen = Join(a...); *std::get<15>(std::tie(a...)) = 5; return -61; };
   Cycle cycle{.multiplier = "2"};
   EXPECT_EQ(cycle.Run(), -61);
@@ -236,37 +197,67 @@ TEST_F(SamplingTest, RemoteFormsAndTheWholeTimeBase) {
   EXPECT_EQ(first.Run(), -54);
   EXPECT_EQ(seen, "1,VME-DTS,dts1,DMOD01,TRG3,1234,2,Internal,10,100000,3,0,");
   EXPECT_EQ(first.trigger, 5);
+
+  int status = 0, interval = 7;
+  int64_t period = 0, delay = 0;
   Client().getDTSdatax2 = [&](auto... a) {
     seen = Join(a...);
     auto out = std::tie(a...);
-    std::tie(*std::get<17>(out), *std::get<18>(out), *std::get<19>(out)) = std::make_tuple(55, 100000, -1100000);
+    std::tie(*std::get<17>(out), *std::get<18>(out), *std::get<19>(out)) = std::make_tuple(55, period, delay);
     return status;
   };
-  int interval = 7;
-  double axis[3] = {-7, -7, -7}, period = -7, delay = -7;
-  auto timeBase = [&] {  // the remote side moves the axis to lastSample itself
+  // The status and what was printed; the remote side moves the axis to lastSample itself.
+  const auto timeBase = [&](short quiet, int wide, int64_t count, const char* preSample, void* axis,
+                            void* cycleOut, void* delayOut) {
+    interval = 7;
     CaptureStdout();
     const int s = tovakGetDTSdatax2_ex("db", "FPGA-DTS", "dts1", "DMOD01", "TRG1", "FPGA-DTS", "dts1", "DMOD02",
-                                       "DCK1", &interval, 3, 1234, 2, "Internal", "100ns", "2", "10", 1000, 0, 1,
-                                       axis, &period, &delay);
-    return std::make_tuple(s, GetCapturedStdout(), interval, period, delay, axis[0]);
+                                       "DCK1", &interval, count, 1234, 2, "Internal", "100ns", "2", preSample, 1000,
+                                       quiet, wide, axis, cycleOut, delayOut);
+    return std::make_tuple(s, GetCapturedStdout());
   };
-  EXPECT_EQ(timeBase(), std::make_tuple(-61, "", 7, -7.0, -7.0, -7.0));  // a failure writes nothing
+  const struct { int64_t period, delay; short quiet; const char* printed; } cases[] = {
+      {1000000, 2500000000, 0, "Cycle = [0.00000100] sec\nDelay = [0.00250000] sec\n"},
+      {1000, 5, 0, "Cycle = [0.000000001000] sec\nDelay = [0.000000000005] sec\n"},
+      {500, -1100000, 0, "Cycle = [0.000000000500000] sec\nDelay = [-0.000001100000000] sec\n"},
+      {100000, 0, -1, ""}};
+  for (const auto& c : cases) {
+    std::tie(period, delay) = std::tie(c.period, c.delay);
+    EXPECT_EQ(timeBase(c.quiet, 1, 0, "0", nullptr, nullptr, nullptr), std::make_tuple(0, c.printed));
+  }
+  std::tie(status, period, delay) = std::make_tuple(-61, 100000, -1100000);
+  double axis[3] = {-7, -7, -7}, cycleOut = -7, seconds = -7;
+  const auto outputs = [&] { return std::make_tuple(interval, cycleOut, seconds, axis[0]); };
+  EXPECT_EQ(timeBase(0, 1, 3, "10", axis, &cycleOut, &seconds), std::make_tuple(-61, ""));
+  EXPECT_EQ(outputs(), std::make_tuple(7, -7.0, -7.0, -7.0));  // a failure writes nothing
   status = 0;
-  EXPECT_EQ(timeBase(), std::make_tuple(0, "Cycle = [0.000000100000] sec\nDelay = [-0.000001100000] sec\n", 55,
-                                        1e-7, -0.1e-6, -1.0e-6));  // delayOut: sample preSample, with an axis
+  EXPECT_EQ(timeBase(0, 1, 3, "10", axis, &cycleOut, &seconds),
+            std::make_tuple(0, "Cycle = [0.000000100000] sec\nDelay = [-0.000001100000] sec\n"));
+  EXPECT_EQ(outputs(), std::make_tuple(55, 1e-7, -0.1e-6, -1.0e-6));  // delayOut: sample preSample, with an axis
   EXPECT_EQ(seen, "FPGA-DTS,dts1,DMOD01,TRG1,FPGA-DTS,dts1,DMOD02,DCK1,7,3,1234,2,Internal,100ns,2,10,1000,");
+  timeBase(1, 1, 3, "10", nullptr, nullptr, &seconds);
+  EXPECT_EQ(seconds, -1.1e-6);  // without an axis, delayOut is the time of sample 0
+  // Single precision: the float of the picoseconds divided in float, which at
+  // -1099965 ps differs from the double result narrowed.
+  float single, singleCycle, singleDelay;
+  delay = -1199965;
+  timeBase(1, 0, 1, "1", &single, &singleCycle, &singleDelay);
+  EXPECT_EQ(std::tie(single, singleCycle, singleDelay),
+            std::make_tuple(-1.09996506e-06f, static_cast<float>(1e-7), -1.09996506e-06f));
+  EXPECT_NE(single, static_cast<float>(-1099965 / 1e12));
   EXPECT_TRUE(IndexDb().setups.empty());
+
   setTovakProtocolV1();  // here the axis moves to lastSample: 997 periods of 200 ns on
   ScriptModule(kGood);
-  EXPECT_EQ(timeBase(), std::make_tuple(0, "Cycle = [0.000000200000] sec\nDelay = [0.000198400000] sec\n", 100,
-                                        2e-7, 2.004e-4, 1.986e-4));
+  EXPECT_EQ(timeBase(0, 1, 3, "10", axis, &cycleOut, &seconds),
+            std::make_tuple(0, "Cycle = [0.000000200000] sec\nDelay = [0.000198400000] sec\n"));
+  EXPECT_EQ(outputs(), std::make_tuple(100, 2e-7, 2.004e-4, 1.986e-4));
   EXPECT_EQ(FirstSample().Run(&V2tovakSampling0Timing), -54);  // the remote form ignores the protocol
   Client().connectResult = 2;
   EXPECT_EQ(FirstSample().Run(&V2tovakSampling0Timing), TOVAK_E_NO_REMOTE);
   setTovakProtocolV2(nullptr);
   EXPECT_EQ(Cycle().Run(), TOVAK_E_NO_REMOTE);
-  EXPECT_EQ(std::get<0>(timeBase()), TOVAK_E_NO_REMOTE);
+  EXPECT_EQ(std::get<0>(timeBase(1, 1, 3, "10", axis, &cycleOut, &seconds)), TOVAK_E_NO_REMOTE);
 }
 
 }  // namespace
