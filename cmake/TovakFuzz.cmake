@@ -8,9 +8,9 @@ endif()
 if(TOVAK_SANITIZE)
   message(FATAL_ERROR "TOVAK_FUZZ brings its own sanitizers: leave TOVAK_SANITIZE off")
 endif()
-add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
-                    -fno-omit-frame-pointer -g)
-add_link_options(-fsanitize=address,undefined)
-# Optimised a little: several times the inputs per second of an -O0 build,
-# with stack traces that still name every frame.
-add_compile_options(-O1)
+# Optimised a little (-O1): several times the inputs per second of an -O0
+# build, with stack traces that still name every frame.
+target_compile_options(tovak_build_flags INTERFACE
+  -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
+  -fno-omit-frame-pointer -g -O1)
+target_link_options(tovak_build_flags INTERFACE -fsanitize=address,undefined)

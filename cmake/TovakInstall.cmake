@@ -27,10 +27,8 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/tovak.pc.in ${PROJECT_BINARY_DIR}/tov
 install(FILES ${PROJECT_BINARY_DIR}/tovak.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 foreach(program tovak_cli tovak-server)
-  if(TARGET ${program})
-    set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  endif()
+  set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endforeach()
 
 install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})

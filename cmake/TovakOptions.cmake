@@ -1,11 +1,13 @@
-# Warnings and sanitizers for every target of the project.
-add_compile_options(-Wall -Wextra)
-if(TOVAK_WERROR)
-  add_compile_options(-Werror)
-endif()
-
+# Warnings and sanitizers of the project's own targets, as the usage
+# requirements of tovak_build_flags. The library's targets pass them on
+# (PUBLIC, in the build tree only), so everything built against the library
+# here (tests, tools, server, benchmarks, examples, the Python extension) is
+# compiled and linked the same way; an installed library passes on nothing.
+add_library(tovak_build_flags INTERFACE)
+target_compile_options(tovak_build_flags INTERFACE
+  -Wall -Wextra $<$<BOOL:${TOVAK_WERROR}>:-Werror>)
 if(TOVAK_SANITIZE)
-  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
-                      -fno-omit-frame-pointer)
-  add_link_options(-fsanitize=address,undefined)
+  target_compile_options(tovak_build_flags INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(tovak_build_flags INTERFACE -fsanitize=address,undefined)
 endif()
