@@ -33,8 +33,8 @@ class BenchCluster {
   bool owned() const { return !dir_.empty(); }
   // Runs `dbctl COMMAND DIR ARGS`; true when it succeeded.
   bool Dbctl(const std::string& command, const std::string& args = "") const {
-    const std::string line = std::string("'") + TOVAK_DBCTL + "' " + command + " '" + dir_ +
-                             "' " + args + " >/dev/null 2>&1";
+    const std::string line = std::string("'") + TOVAK_DBCTL + "' " + command + " '" + dir_ + "' " +
+                             args + " >/dev/null 2>&1";
     return std::system(line.c_str()) == 0;
   }
 

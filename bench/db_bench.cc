@@ -42,7 +42,8 @@ void KeptOpen(benchmark::State& state, const std::function<void(CIndexDBComm&)>&
   query(db);  // prepares the statement
   Pairs pairs;
   for (auto _ : state) {
-    pairs.Run(state, [&] { raw.SelectOne(); }, [&] { query(db); });
+    pairs.Run(
+        state, [&] { raw.SelectOne(); }, [&] { query(db); });
   }
   pairs.Report(state);
   db.ForceClose(1);
@@ -55,8 +56,7 @@ void BM_HostId(benchmark::State& state) {
   KeptOpen(state, [](CIndexDBComm& db) { Check(db.get_DTS_HostID("fdts01") == 11); });
 }
 void BM_DiagId(benchmark::State& state) {
-  KeptOpen(state,
-           [](CIndexDBComm& db) { Check(db.get_diag_id("Magnetics", 1, nullptr) == 101); });
+  KeptOpen(state, [](CIndexDBComm& db) { Check(db.get_diag_id("Magnetics", 1, nullptr) == 101); });
 }
 void BM_HostName(benchmark::State& state) {
   KeptOpen(state, [](CIndexDBComm& db) {
@@ -130,11 +130,12 @@ void BM_SetupModules(benchmark::State& state) {
   const RawConnection raw("setup");
   Pairs pairs;
   for (auto _ : state) {
-    pairs.Run(state, [&] { raw.SelectOne(); },
-              [&] {
-                ResultPtr rows(db.get_dmod_diag_shot("Magnetics", 120100, 1));
-                Check(rows->GetLines() == 2);
-              });
+    pairs.Run(
+        state, [&] { raw.SelectOne(); },
+        [&] {
+          ResultPtr rows(db.get_dmod_diag_shot("Magnetics", 120100, 1));
+          Check(rows->GetLines() == 2);
+        });
   }
   pairs.Report(state);
   db.Close();

@@ -43,8 +43,8 @@ struct Subject {
   const char* paramsModule;
 };
 
-constexpr Subject kDemo = {"/ubo", "Magnetics", 1, 3, 120100, "fdts01",
-                           "DMODSS0", "vdts01", "DMOD0"};
+constexpr Subject kDemo = {"/ubo",   "Magnetics", 1,        3,      120100,
+                           "fdts01", "DMODSS0",   "vdts01", "DMOD0"};
 constexpr Subject Generated(unsigned shot) {
   return {"/gen", "PerShot", 1, 1, shot, "gshot", "DMODSS0", "gshot", "DMODSS0"};
 }
@@ -62,8 +62,8 @@ void TimeBase(const Subject& s) {
   int interval = 0;
   double cycle = 0, delay = 0;
   Check(tovakGetDTSdatax2_ex(s.server, "FPGA-DTS", s.unit, s.module, "1", "FPGA-DTS", s.unit,
-                             s.module, "7", &interval, 1000, s.shot, 1, "External", "", "1",
-                             "0", 0, 1, 1, nullptr, &cycle, &delay) == TOVAK_OK &&
+                             s.module, "7", &interval, 1000, s.shot, 1, "External", "", "1", "0", 0,
+                             1, 1, nullptr, &cycle, &delay) == TOVAK_OK &&
         cycle > 0);
 }
 
@@ -82,7 +82,9 @@ void KeptOpen(benchmark::State& state, Lookup lookup, Subject subject) {
   const RawConnection raw("index");
   lookup(subject);  // connects and prepares
   Pairs pairs;
-  for (auto _ : state) pairs.Run(state, [&] { raw.SelectOne(); }, [&] { lookup(subject); });
+  for (auto _ : state)
+    pairs.Run(
+        state, [&] { raw.SelectOne(); }, [&] { lookup(subject); });
   pairs.Report(state);
   IndexNoClosing(0);
 }
@@ -110,8 +112,7 @@ void Register(const std::string& phase, const Subject& subject, bool perCall) {
         ->UseManualTime();
   }
   if (perCall) {
-    benchmark::RegisterBenchmark((phase + "/link_per_call").c_str(), ClosedEachCall, Link,
-                                 subject)
+    benchmark::RegisterBenchmark((phase + "/link_per_call").c_str(), ClosedEachCall, Link, subject)
         ->UseManualTime();
   }
 }

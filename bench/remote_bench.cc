@@ -60,18 +60,19 @@ class Workspace {
     std::string dir = (fs::temp_directory_path() / "tovak-rbench-XXXXXX").string();
     if (mkdtemp(dir.data()) == nullptr) std::abort();
     dir_ = dir;
-    keys_ = Shell("openssl genpkey -algorithm ED25519 -out " + dir_ + "/alice.key") &&
-            Shell("openssl pkey -in " + dir_ + "/alice.key -pubout -out " + dir_ + "/alice.pub") &&
-            Shell("openssl genpkey -algorithm EC -pkeyopt ec_paramgen_curve:P-256 -out " + dir_ +
-                  "/bob.key") &&
-            Shell("openssl pkey -in " + dir_ + "/bob.key -pubout -out " + dir_ + "/bob.pub") &&
-            Shell("(openssl req -x509 -days 2 -subj /CN=alice -key " + dir_ + "/alice.key -out " +
-                  dir_ + "/alice.crt && cat " + dir_ + "/alice.key " + dir_ + "/alice.crt > " +
-                  dir_ + "/alice.pem)") &&
-            Shell("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes"
-                  " -days 2 -subj /CN=localhost -addext subjectAltName=IP:127.0.0.1 -keyout " +
-                  dir_ + "/server.key -out " + dir_ + "/server.crt && chmod 600 " + dir_ +
-                  "/server.key");
+    keys_ =
+        Shell("openssl genpkey -algorithm ED25519 -out " + dir_ + "/alice.key") &&
+        Shell("openssl pkey -in " + dir_ + "/alice.key -pubout -out " + dir_ + "/alice.pub") &&
+        Shell("openssl genpkey -algorithm EC -pkeyopt ec_paramgen_curve:P-256 -out " + dir_ +
+              "/bob.key") &&
+        Shell("openssl pkey -in " + dir_ + "/bob.key -pubout -out " + dir_ + "/bob.pub") &&
+        Shell("(openssl req -x509 -days 2 -subj /CN=alice -key " + dir_ + "/alice.key -out " +
+              dir_ + "/alice.crt && cat " + dir_ + "/alice.key " + dir_ + "/alice.crt > " + dir_ +
+              "/alice.pem)") &&
+        Shell(
+            "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes"
+            " -days 2 -subj /CN=localhost -addext subjectAltName=IP:127.0.0.1 -keyout " +
+            dir_ + "/server.key -out " + dir_ + "/server.crt && chmod 600 " + dir_ + "/server.key");
   }
   ~Workspace() {
     std::error_code ignored;

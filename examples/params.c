@@ -5,7 +5,6 @@
  */
 #include <stdio.h>
 #include <stdlib.h>
-
 #include <tovak/tovak.h>
 
 enum { kNameWidth = 64, kValueWidth = 128 };

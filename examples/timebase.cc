@@ -24,7 +24,8 @@ int main(int argc, char** argv) {
 
   // The link's texts (option words are at most 255 characters); options
   // that are absent leave their buffers empty.
-  static char unit[TOVAK_TEXT_BUFFER_SIZE], module[TOVAK_TEXT_BUFFER_SIZE], clkOutput[TOVAK_TEXT_BUFFER_SIZE], trgOutput[TOVAK_TEXT_BUFFER_SIZE],
+  static char unit[TOVAK_TEXT_BUFFER_SIZE], module[TOVAK_TEXT_BUFFER_SIZE],
+      clkOutput[TOVAK_TEXT_BUFFER_SIZE], trgOutput[TOVAK_TEXT_BUFFER_SIZE],
       source[TOVAK_TEXT_BUFFER_SIZE];
   char kind[16] = "", preSample[256] = "0", interval[256] = "", clkType[256] = "",
        clkUnit[256] = "", clkModule[256] = "";
@@ -50,9 +51,9 @@ int main(int argc, char** argv) {
   status = tovakGetDTSdatax2_ex(
       "", kind, unit, module, trgOutput, otherClockUnit ? clkType : kind,
       otherClockUnit ? clkUnit : unit, otherClockUnit ? clkModule : module, clkOutput,
-      &sampInterval, static_cast<int64_t>(axis.size()), shot,
-      static_cast<unsigned short>(subShot), source, internalClock.c_str(), multiplier.c_str(),
-      preSample, 0, /*quiet=*/1, /*doublePrecision=*/1, axis.data(), &period, &delay);
+      &sampInterval, static_cast<int64_t>(axis.size()), shot, static_cast<unsigned short>(subShot),
+      source, internalClock.c_str(), multiplier.c_str(), preSample, 0, /*quiet=*/1,
+      /*doublePrecision=*/1, axis.data(), &period, &delay);
   if (status != TOVAK_OK) {
     std::fprintf(stderr, "time base failed: %d\n", status);
     return 1;

@@ -31,14 +31,16 @@ struct CallFacts {
 
 struct Verdict {
   bool allowed = false;
-  std::string user;          // who the call runs for; empty: anonymous
-  const char* reason = "";   // of a refusal, for the log only: callers see one refusal
+  std::string user;         // who the call runs for; empty: anonymous
+  const char* reason = "";  // of a refusal, for the log only: callers see one refusal
 };
 
 class Authorizer {
  public:
   Authorizer(const ServerConfig& config, const KeySet& keys, NonceStore& nonces)
-      : allowAnonymous_(config.allowAnonymous), names_(ServerNames(config)), keys_(keys),
+      : allowAnonymous_(config.allowAnonymous),
+        names_(ServerNames(config)),
+        keys_(keys),
         nonces_(nonces) {}
 
   // The verdict on a call at clock (POSIX seconds). Thread-safe. A nonce is

@@ -88,18 +88,17 @@ void AnswerDTSinfox(const char* server, const v1::DTSinfoxRequest& q, v1::DTSinf
   Report(word3, [&](const std::string& v) { r->set_clk_dts_word3(v); });
 }
 
-void AnswerDTSinfoCLK(const char* server, const v1::DTSinfoCLKRequest& q,
-                      v1::DTSinfoCLKReply* r) {
-  TextOut kind, text1, text2, text3, text4, clockSource, preSample, sampInterval, clkType,
-      clkHost, word3;
+void AnswerDTSinfoCLK(const char* server, const v1::DTSinfoCLKRequest& q, v1::DTSinfoCLKReply* r) {
+  TextOut kind, text1, text2, text3, text4, clockSource, preSample, sampInterval, clkType, clkHost,
+      word3;
   NumberOut<int> clockSetting(q.has_clock_setting(), q.clock_setting());
   NumberOut<int> num8(q.has_link_num8(), q.link_num8());
-  r->set_status(tovakGetDTSinfoCLK(
-      TextOf(q.has_diag(), q.diag()), q.shot(), static_cast<short>(q.sub_shot()),
-      static_cast<short>(q.ch_key1()), static_cast<short>(q.ch_key2()), server, kind.data(),
-      text1.data(), text2.data(), text3.data(), text4.data(), clockSetting.ptr(), num8.ptr(),
-      clockSource.data(), preSample.data(), sampInterval.data(), clkType.data(),
-      clkHost.data(), word3.data()));
+  r->set_status(
+      tovakGetDTSinfoCLK(TextOf(q.has_diag(), q.diag()), q.shot(), static_cast<short>(q.sub_shot()),
+                         static_cast<short>(q.ch_key1()), static_cast<short>(q.ch_key2()), server,
+                         kind.data(), text1.data(), text2.data(), text3.data(), text4.data(),
+                         clockSetting.ptr(), num8.ptr(), clockSource.data(), preSample.data(),
+                         sampInterval.data(), clkType.data(), clkHost.data(), word3.data()));
   Report(kind, [&](const std::string& v) { r->set_dts_kind(v); });
   Report(text1, [&](const std::string& v) { r->set_link_text1(v); });
   Report(text2, [&](const std::string& v) { r->set_link_text2(v); });
@@ -155,10 +154,9 @@ void AnswerSampling0Timing(const char* server, const v1::Sampling0TimingRequest&
 void AnswerDTSParameters(const char* server, const v1::DTSParametersRequest& q,
                          v1::DTSParametersReply* r) {
   CParamSet params;
-  r->set_status(getDTSParameters(server, TextOf(q.has_dts_name(), q.dts_name()),
-                                 TextOf(q.has_module(), q.module()), q.shot(),
-                                 static_cast<unsigned short>(q.sub_shot()),
-                                 static_cast<unsigned short>(q.channel()), params));
+  r->set_status(getDTSParameters(
+      server, TextOf(q.has_dts_name(), q.dts_name()), TextOf(q.has_module(), q.module()), q.shot(),
+      static_cast<unsigned short>(q.sub_shot()), static_cast<unsigned short>(q.channel()), params));
   if (r->status() == 0) r->set_param_text(params.GetString());
 }
 
@@ -169,10 +167,10 @@ void AnswerDTSParametersCount(const char* server, const v1::DTSParametersCountRe
   // The lookup reads the channel range through the pointers it writes.
   NumberOut<int> first(true, q.first_channel());
   NumberOut<int> last(true, q.last_channel());
-  r->set_status(tovakGetDTSParametersCount(
-      server, TextOf(q.has_dts_name(), q.dts_name()), TextOf(q.has_module(), q.module()), q.shot(),
-      static_cast<unsigned short>(q.sub_shot()), count.ptr(), first.ptr(), last.ptr(),
-      moduleName.data()));
+  r->set_status(tovakGetDTSParametersCount(server, TextOf(q.has_dts_name(), q.dts_name()),
+                                           TextOf(q.has_module(), q.module()), q.shot(),
+                                           static_cast<unsigned short>(q.sub_shot()), count.ptr(),
+                                           first.ptr(), last.ptr(), moduleName.data()));
   Report(count, [&](short v) { r->set_count(v); });
   if (q.has_first_channel_out() && first.value() != q.first_channel_out()) {
     r->set_first_channel(first.value());

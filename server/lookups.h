@@ -36,8 +36,7 @@ void AnswerSampling0Timing(const char* indexServer, const v1::Sampling0TimingReq
                            v1::Sampling0TimingReply* reply);
 void AnswerDTSParameters(const char* indexServer, const v1::DTSParametersRequest& request,
                          v1::DTSParametersReply* reply);
-void AnswerDTSParametersCount(const char* indexServer,
-                              const v1::DTSParametersCountRequest& request,
+void AnswerDTSParametersCount(const char* indexServer, const v1::DTSParametersCountRequest& request,
                               v1::DTSParametersCountReply* reply);
 
 }  // namespace tovak::server

@@ -53,8 +53,9 @@ int main(int argc, char** argv) {
     return 1;
   }
   if (!config.tls() && !tovak::server::ListensOnLoopback(config)) {
-    std::fprintf(stderr, "tovak-server: warning: plain connections on %s: requests and answers "
-                         "travel unprotected (see the threat model in docs/remote.md)\n",
+    std::fprintf(stderr,
+                 "tovak-server: warning: plain connections on %s: requests and answers "
+                 "travel unprotected (see the threat model in docs/remote.md)\n",
                  config.listenHost.c_str());
   }
   if (checkOnly) {

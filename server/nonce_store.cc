@@ -69,7 +69,7 @@ class Lock {
 
 struct NonceStore::Table {
   char magic[sizeof kMagic];
-  uint64_t size;  // sizeof(Table): a table of other dimensions starts afresh
+  uint64_t size;             // sizeof(Table): a table of other dimensions starts afresh
   unsigned char secret[32];  // keys the hashes: nobody can aim nonces at one bucket
   int64_t highWater;
   pthread_mutex_t mutex;

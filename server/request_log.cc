@@ -35,9 +35,10 @@ std::string Printable(const std::string& text) {
 void LogRequest(const std::string& user, const std::string& site, const char* method,
                 const std::string& status, int64_t microseconds) {
   char line[512];
-  const int length = std::snprintf(line, sizeof line, "tovak-server: user=%s site=%s op=%s status=%s us=%lld\n",
-                                   Printable(user).c_str(), Printable(site).c_str(), method,
-                                   status.c_str(), static_cast<long long>(microseconds));
+  const int length =
+      std::snprintf(line, sizeof line, "tovak-server: user=%s site=%s op=%s status=%s us=%lld\n",
+                    Printable(user).c_str(), Printable(site).c_str(), method, status.c_str(),
+                    static_cast<long long>(microseconds));
   if (length <= 0) return;
   // A line cut at the buffer's end still ends with a line feed.
   size_t size = static_cast<size_t>(length);
@@ -73,9 +74,8 @@ void LogRefusal(const std::string& user, const std::string& site, const char* me
   }
   if (unlogged > 0) {
     char line[128];
-    const int length = std::snprintf(line, sizeof line,
-                                     "tovak-server: %lld refusals (%s) not logged\n", unlogged,
-                                     reason);
+    const int length = std::snprintf(
+        line, sizeof line, "tovak-server: %lld refusals (%s) not logged\n", unlogged, reason);
     if (length > 0 && static_cast<size_t>(length) < sizeof line) {
       WriteLine(line, static_cast<size_t>(length));
     }

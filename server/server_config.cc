@@ -71,8 +71,8 @@ bool ParseSeconds(const std::string& key, const std::string& value, int* seconds
   return true;
 }
 
-bool ParseCount(const std::string& key, const std::string& value, long low, long high,
-                int* count, std::string* error) {
+bool ParseCount(const std::string& key, const std::string& value, long low, long high, int* count,
+                std::string* error) {
   long number = 0;
   if (!ParseInt(value, low, high, &number)) {
     return Fail(error, key + ": expected a number from " + std::to_string(low) + " to " +
@@ -122,7 +122,8 @@ bool ApplyKey(const std::string& key, const std::string& value, ServerConfig* co
               std::string* error) {
   if (int* seconds = SecondsField(key, config)) return ParseSeconds(key, value, seconds, error);
   if (key == "listen") {
-    if (!ParseListen(value, config)) return Fail(error, "listen: expected HOST:PORT, got '" + value + "'");
+    if (!ParseListen(value, config))
+      return Fail(error, "listen: expected HOST:PORT, got '" + value + "'");
   } else if (key == "workers") {
     return ParseCount(key, value, 1, kMaxWorkers, &config->workers, error);
   } else if (key == "tls_certificate") {
@@ -135,7 +136,8 @@ bool ApplyKey(const std::string& key, const std::string& value, ServerConfig* co
   } else if (key == "nonce_file") {
     config->nonceFile = value;
   } else if (key == "anonymous") {
-    if (value != "allow" && value != "deny") return Fail(error, "anonymous: expected allow or deny");
+    if (value != "allow" && value != "deny")
+      return Fail(error, "anonymous: expected allow or deny");
     config->allowAnonymous = value == "allow";
   } else if (key == "queue_length") {
     return ParseCount(key, value, 0, kMaxQueueLength, &config->queueLength, error);
@@ -162,8 +164,8 @@ bool CheckComplete(const ServerConfig& config, std::string* error) {
     if (site.indexServer.empty()) return Fail(error, "site." + name + ".index is missing");
   }
   if (config.names.empty() && IsWildcard(config.listenHost) && !config.userKeyFiles.empty()) {
-    return Fail(error, "name is required when listening on every address (" +
-                           config.listenHost + ") with users: the names clients use");
+    return Fail(error, "name is required when listening on every address (" + config.listenHost +
+                           ") with users: the names clients use");
   }
   if (!config.allowAnonymous && config.userKeyFiles.empty()) {
     return Fail(error, "anonymous = deny and no user.NAME configured: nobody could call");
@@ -197,8 +199,8 @@ std::string SiteKey(const std::string& site) {
 bool ParseServerConfig(const std::string& text, ServerConfig* config, std::string* error) {
   const config::ParsedConfig parsed = config::ParseConfig(text);
   if (!parsed.malformedLines.empty()) {
-    return Fail(error, "line " + std::to_string(parsed.malformedLines.front()) +
-                           ": not KEY = VALUE");
+    return Fail(error,
+                "line " + std::to_string(parsed.malformedLines.front()) + ": not KEY = VALUE");
   }
   if (!parsed.repeatedKeys.empty()) {
     const auto& [line, key] = parsed.repeatedKeys.front();

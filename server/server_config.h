@@ -54,8 +54,8 @@ struct ServerConfig {
   int connectionAgeGraceSeconds = 30;
   int keepaliveTimeSeconds = 60;
   int keepaliveTimeoutSeconds = 20;
-  std::vector<std::string> names;  // lower case; see ServerNames
-  std::string nonceFile;           // empty: nonces kept in memory only
+  std::vector<std::string> names;                   // lower case; see ServerNames
+  std::string nonceFile;                            // empty: nonces kept in memory only
   std::map<std::string, std::string> userKeyFiles;  // user name -> public key file
   std::map<std::string, SiteConfig> sites;          // lower-case site name
 

@@ -1,17 +1,17 @@
 #include "server/service.h"
 
-#include <algorithm>
-#include <chrono>
-#include <cstring>
-#include <ctime>
-#include <functional>
-
 #include <grpc/grpc_security_constants.h>
 #include <grpcpp/impl/codegen/proto_utils.h>
 #include <grpcpp/impl/rpc_service_method.h>
 #include <grpcpp/security/auth_context.h>
 #include <grpcpp/server_context.h>
 #include <grpcpp/support/method_handler.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <ctime>
+#include <functional>
 
 #include "remote/call_auth.h"
 #include "remote/timing_data.pb.h"
@@ -62,8 +62,7 @@ Turned TurnedAway(Admission::Outcome outcome) {
       return {{grpc::StatusCode::RESOURCE_EXHAUSTED, "server busy"}, "busy"};
     case Admission::Outcome::kStopping:
       return {{grpc::StatusCode::UNAVAILABLE, "server stopping"}, "stopping"};
-    default:
-      return {{grpc::StatusCode::CANCELLED, "caller gone"}, "gone"};
+    default: return {{grpc::StatusCode::CANCELLED, "caller gone"}, "gone"};
   }
 }
 
@@ -87,8 +86,8 @@ const char* MethodName(const char* path) { return std::strrchr(path, '/') + 1; }
 class TimingDataService::Stopwatch {
  public:
   int64_t micros() const {
-    return std::chrono::duration_cast<std::chrono::microseconds>(
-               std::chrono::steady_clock::now() - start_)
+    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() -
+                                                                 start_)
         .count();
   }
 

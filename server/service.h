@@ -4,10 +4,10 @@
 #ifndef TOVAK_SERVER_SERVICE_H_
 #define TOVAK_SERVER_SERVICE_H_
 
-#include <string>
-
 #include <google/protobuf/message_lite.h>
 #include <grpcpp/impl/service_type.h>
+
+#include <string>
 
 #include "remote/timing_data.pb.h"
 #include "server/admission.h"

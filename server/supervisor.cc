@@ -121,7 +121,10 @@ class Supervisor {
  public:
   Supervisor(const ServerConfig& config, std::shared_ptr<const KeySet> keys, NonceStore& nonces,
              std::string address, Fd reservation)
-      : config_(config), keys_(std::move(keys)), nonces_(nonces), address_(std::move(address)),
+      : config_(config),
+        keys_(std::move(keys)),
+        nonces_(nonces),
+        address_(std::move(address)),
         reservation_(std::move(reservation)) {}
 
   // Starts every worker; false when one fails to start.

@@ -1,17 +1,16 @@
 #include "server/worker.h"
 
+#include <grpcpp/health_check_service_interface.h>
+#include <grpcpp/resource_quota.h>
+#include <grpcpp/security/server_credentials.h>
+#include <grpcpp/server.h>
+#include <grpcpp/server_builder.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <memory>
-
-#include <grpcpp/health_check_service_interface.h>
-#include <grpcpp/resource_quota.h>
-#include <grpcpp/security/server_credentials.h>
-#include <grpcpp/server.h>
-#include <grpcpp/server_builder.h>
 
 #include "remote/secret_text.h"
 #include "server/authorizer.h"
@@ -63,14 +62,12 @@ void BoundConnections(const ServerConfig& config, grpc::ServerBuilder& builder) 
   // A connection with a call open is never idle, even when the call's message never completes:
   // its age ends it.
   builder.AddChannelArgument(GRPC_ARG_MAX_CONCURRENT_STREAMS, config.maxStreams);
-  builder.AddChannelArgument(GRPC_ARG_MAX_CONNECTION_AGE_MS,
-                             config.maxConnectionAgeSeconds * 1000);
+  builder.AddChannelArgument(GRPC_ARG_MAX_CONNECTION_AGE_MS, config.maxConnectionAgeSeconds * 1000);
   builder.AddChannelArgument(GRPC_ARG_MAX_CONNECTION_AGE_GRACE_MS,
                              config.connectionAgeGraceSeconds * 1000);
   // Pings to silent peers, with calls or without; one that does not answer is dropped.
   builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIME_MS, config.keepaliveTimeSeconds * 1000);
-  builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIMEOUT_MS,
-                             config.keepaliveTimeoutSeconds * 1000);
+  builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIMEOUT_MS, config.keepaliveTimeoutSeconds * 1000);
   builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_PERMIT_WITHOUT_CALLS, 1);
   builder.AddChannelArgument(GRPC_ARG_HTTP2_MAX_PINGS_WITHOUT_DATA, 0);
 }

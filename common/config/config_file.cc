@@ -1,9 +1,9 @@
 #include "config/config_file.h"
 
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <sstream>
-
-#include <sys/stat.h>
 
 namespace tovak::config {
 namespace {

@@ -93,7 +93,7 @@ PkeyPtr LoadPrivateKey(const std::string& path, const char* passphrase, std::str
   }
   BioPtr bio(BIO_new_mem_buf(pem.value.data(), static_cast<int>(pem.value.size())));
   PkeyPtr key(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, &PassphraseCallback,
-                                             const_cast<char*>(passphrase))
+                                            const_cast<char*>(passphrase))
                   : nullptr);
   if (!key && error != nullptr) {
     *error = path + ": not a private key, or wrong passphrase (" + LastOpenSslError() + ")";
@@ -160,8 +160,8 @@ std::string Sign(EVP_PKEY* key, const std::string& data) {
     return {};
   }
   std::string signature(length, '\0');
-  if (EVP_DigestSign(ctx.get(), reinterpret_cast<unsigned char*>(signature.data()), &length,
-                     bytes, data.size()) != 1) {
+  if (EVP_DigestSign(ctx.get(), reinterpret_cast<unsigned char*>(signature.data()), &length, bytes,
+                     data.size()) != 1) {
     ERR_clear_error();
     return {};
   }
@@ -182,8 +182,8 @@ bool Verify(EVP_PKEY* key, const std::string& data, const std::string& signature
 
 std::string RandomNonce() {
   std::string nonce(kNonceBytes, '\0');
-  if (RAND_bytes(reinterpret_cast<unsigned char*>(nonce.data()),
-                 static_cast<int>(nonce.size())) != 1) {
+  if (RAND_bytes(reinterpret_cast<unsigned char*>(nonce.data()), static_cast<int>(nonce.size())) !=
+      1) {
     ERR_clear_error();
     return {};
   }

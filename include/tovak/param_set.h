@@ -36,8 +36,8 @@ class TOVAK_EXPORT CParamSet {
   // Copies entry index's name and value text, each NUL-terminated within
   // its size (cut when longer), and stores its tag. 0 on success, -1 when
   // index names no entry (nothing is written then).
-  virtual int GetParam(int index, char* name, int nameSize, char* value,
-                       int valueSize, int* tag) const;
+  virtual int GetParam(int index, char* name, int nameSize, char* value, int valueSize,
+                       int* tag) const;
 
   // The list's text form, and loading entries from it (appended after the
   // entries already held). PutString returns 0, or -1 for a malformed text,

@@ -50,12 +50,11 @@ class TOVAK_EXPORT CIndexDBbase : public CRDBComm {
   // Diagnostic id; negative when unknown. out is passed as null.
   virtual int get_diag_id(const char* diag, int siteId, int* out) = 0;
   // The DTS link row of a digitizer channel (ten columns).
-  virtual CRDBres* get_DTS_information(int diagId, unsigned int shot,
-                                       unsigned int subShot, unsigned int chKey1,
-                                       unsigned int chKey2) = 0;
+  virtual CRDBres* get_DTS_information(int diagId, unsigned int shot, unsigned int subShot,
+                                       unsigned int chKey1, unsigned int chKey2) = 0;
   // DTS parameter rows of a module, one per output in output-number order.
-  virtual CRDBres* get_DTS_parameters(unsigned int shot, unsigned int subShot,
-                                      int hostId, const char* module) = 0;
+  virtual CRDBres* get_DTS_parameters(unsigned int shot, unsigned int subShot, int hostId,
+                                      const char* module) = 0;
   // DTS table rows of one module, one per channel in channel order.
   virtual CRDBres* get_DTSTBL(int hostId, const char* module, unsigned int shot,
                               unsigned int subShot) = 0;
@@ -68,8 +67,8 @@ class TOVAK_EXPORT CIndexDBbase : public CRDBComm {
   virtual int get_DTS_HostID(const char* name) = 0;
   virtual int get_DTS_CAMACID(const char* name) = 0;
   // Channel settings of a digitizer module (eight columns per channel).
-  virtual CRDBres* get_dmod_diag_shot(const char* key1, const char* key2,
-                                      unsigned int shot, unsigned int subshot) = 0;
+  virtual CRDBres* get_dmod_diag_shot(const char* key1, const char* key2, unsigned int shot,
+                                      unsigned int subshot) = 0;
   // The connected site's shot log: one row, the newest shot recorded ("" for
   // none) and whether this shot and sub-shot were ("t" or "f"); no row when
   // the connected role is no site.
@@ -81,8 +80,8 @@ class TOVAK_EXPORT CIndexDBComm : public CIndexDBbase {
  public:
   // Records the connection parameters (copied), creating the connection
   // object on first use. A later open() connects with these parameters.
-  static void setup(const char* host, const char* port, const char* database,
-                    const char* user, const char* password);
+  static void setup(const char* host, const char* port, const char* database, const char* user,
+                    const char* password);
   // The connection object; null while setup() has never been called.
   static CIndexDBComm* getInstance();
   // True: Close() ends the connection. False: Close() keeps it open.

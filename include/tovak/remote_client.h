@@ -50,52 +50,45 @@ class TOVAK_EXPORT CmirvoClient {
 
   // The remote forms of the lookups. Each returns the lookup's status; an
   // output the server did not write is left as it was.
-  virtual int GetDTSinfox(const char* diag, unsigned int shot, int subShot, int chKey1,
-                          int chKey2, std::string& dtsKind, std::string& linkText1,
-                          std::string& linkText2, short* linkNum3, short* linkNum4,
-                          int* clockSetting, int* linkNum8, std::string& clockSource,
-                          int* preSample, int* sampInterval, int* clkHostId,
-                          std::string& clkDtsWord3) = 0;
+  virtual int GetDTSinfox(const char* diag, unsigned int shot, int subShot, int chKey1, int chKey2,
+                          std::string& dtsKind, std::string& linkText1, std::string& linkText2,
+                          short* linkNum3, short* linkNum4, int* clockSetting, int* linkNum8,
+                          std::string& clockSource, int* preSample, int* sampInterval,
+                          int* clkHostId, std::string& clkDtsWord3) = 0;
   virtual int GetDTSinfoCLK(const char* diag, unsigned int shot, int subShot, int chKey1,
                             int chKey2, std::string& dtsKind, std::string& linkText1,
-                            std::string& linkText2, std::string& linkText3,
-                            std::string& linkText4, int* clockSetting, int* linkNum8,
-                            std::string& clockSource, std::string& preSampleText,
-                            std::string& sampIntervalText, std::string& clkDtsType,
-                            std::string& clkDtsHost, std::string& clkDtsWord3) = 0;
-  virtual int SamplingCycle(const char* clkDtsType, const char* clkDtsHost,
-                            const char* clkModule, const char* clkOutput,
-                            const char* trgDtsType, const char* trgDtsHost,
-                            const char* trgModule, const char* trgOutput,
-                            int sampIntervalIn, unsigned int shot, unsigned short subShot,
-                            const char* clockSource, const char* internalClock,
-                            const char* cycleMultiplier, int* sampInterval,
-                            int64_t* sampPeriod, int64_t* clockStart,
+                            std::string& linkText2, std::string& linkText3, std::string& linkText4,
+                            int* clockSetting, int* linkNum8, std::string& clockSource,
+                            std::string& preSampleText, std::string& sampIntervalText,
+                            std::string& clkDtsType, std::string& clkDtsHost,
+                            std::string& clkDtsWord3) = 0;
+  virtual int SamplingCycle(const char* clkDtsType, const char* clkDtsHost, const char* clkModule,
+                            const char* clkOutput, const char* trgDtsType, const char* trgDtsHost,
+                            const char* trgModule, const char* trgOutput, int sampIntervalIn,
+                            unsigned int shot, unsigned short subShot, const char* clockSource,
+                            const char* internalClock, const char* cycleMultiplier,
+                            int* sampInterval, int64_t* sampPeriod, int64_t* clockStart,
                             int64_t* triggerTime, int64_t* clockCycle) = 0;
   virtual int Sampling0Timing(unsigned char fromClockStart, const char* trgDtsType,
-                              const char* trgDtsHost, const char* trgModule,
-                              const char* trgOutput, unsigned int shot,
-                              unsigned short subShot, const char* clockSource,
-                              const char* preSample, int64_t sampPeriod,
-                              int64_t clockStart, int64_t triggerTimeIn,
-                              int64_t* triggerTime, int64_t* firstSampleTime) = 0;
-  virtual int GetDTSdatax2(const char* trgDtsType, const char* trgDtsHost,
-                           const char* trgModule, const char* trgOutput,
-                           const char* clkDtsType, const char* clkDtsHost,
-                           const char* clkModule, const char* clkOutput,
-                           int sampIntervalIn, int64_t sampleCount, unsigned int shot,
-                           unsigned short subShot, const char* clockSource,
-                           const char* internalClock, const char* cycleMultiplier,
-                           const char* preSample, int64_t lastSample, int* sampInterval,
-                           int64_t* sampPeriod, int64_t* delay) = 0;
+                              const char* trgDtsHost, const char* trgModule, const char* trgOutput,
+                              unsigned int shot, unsigned short subShot, const char* clockSource,
+                              const char* preSample, int64_t sampPeriod, int64_t clockStart,
+                              int64_t triggerTimeIn, int64_t* triggerTime,
+                              int64_t* firstSampleTime) = 0;
+  virtual int GetDTSdatax2(const char* trgDtsType, const char* trgDtsHost, const char* trgModule,
+                           const char* trgOutput, const char* clkDtsType, const char* clkDtsHost,
+                           const char* clkModule, const char* clkOutput, int sampIntervalIn,
+                           int64_t sampleCount, unsigned int shot, unsigned short subShot,
+                           const char* clockSource, const char* internalClock,
+                           const char* cycleMultiplier, const char* preSample, int64_t lastSample,
+                           int* sampInterval, int64_t* sampPeriod, int64_t* delay) = 0;
   // The list arrives in CParamSet's text form.
   virtual int GetDTSParameters(const char* dtsName, const char* module, unsigned int shot,
                                unsigned short subShot, unsigned short channel,
                                std::string& paramText) = 0;
-  virtual int GetDTSParametersCount(const char* dtsName, const char* module,
-                                    unsigned int shot, unsigned short subShot,
-                                    int firstChannel, int lastChannel, int* count,
-                                    int* firstChannelOut, int* lastChannelOut,
+  virtual int GetDTSParametersCount(const char* dtsName, const char* module, unsigned int shot,
+                                    unsigned short subShot, int firstChannel, int lastChannel,
+                                    int* count, int* firstChannelOut, int* lastChannelOut,
                                     std::string& moduleName) = 0;
 
   // Selects the data site on a new connection; 0 on success.

@@ -19,9 +19,7 @@ namespace {
 
 using tooling::ChannelKey;
 
-
-ChannelKey Key(const std::string& diag, unsigned int shot, short subShot, short key1,
-               short key2) {
+ChannelKey Key(const std::string& diag, unsigned int shot, short subShot, short key1, short key2) {
   return {diag, shot, subShot, key1, key2};
 }
 
@@ -88,8 +86,8 @@ Linked ReadLinked(const ChannelKey& key, const char* server) {
 // Period, delay (the trigger: sample p, p the pre-sample count) and the time
 // axis, which the library fills in the array's own memory.
 template <class Real>
-py::tuple TimeBase(const ChannelKey& key, const std::string& server,
-                   std::optional<int64_t> samples, int64_t last) {
+py::tuple TimeBase(const ChannelKey& key, const std::string& server, std::optional<int64_t> samples,
+                   int64_t last) {
   Linked linked = Serialized([&] { return ReadLinked(key, Interned(server)); });
   const int64_t count = samples.value_or(linked.recordLength);
   if (count < 0) throw py::value_error("samples must not be negative");
@@ -118,8 +116,8 @@ py::object Picoseconds(int64_t value) {
   return py::int_(value);
 }
 
-py::dict Sampling(const std::string& diag, unsigned int shot, short subShot, short key1,
-                  short key2, const std::string& server) {
+py::dict Sampling(const std::string& diag, unsigned int shot, short subShot, short key1, short key2,
+                  const std::string& server) {
   const ChannelKey key = Key(diag, shot, subShot, key1, key2);
   tooling::SamplingTimes times{};
   Serialized([&] {
@@ -137,8 +135,8 @@ py::dict Sampling(const std::string& diag, unsigned int shot, short subShot, sho
 }
 
 std::vector<std::tuple<std::string, std::string, int>> Parameters(
-    const std::string& dts, const std::string& module, unsigned int shot,
-    unsigned short subShot, unsigned short channel, const std::string& server) {
+    const std::string& dts, const std::string& module, unsigned int shot, unsigned short subShot,
+    unsigned short channel, const std::string& server) {
   CParamSet params;
   Check("getDTSParameters", Serialized([&] {
           return getDTSParameters(Interned(server), dts.c_str(), module.c_str(), shot, subShot,
@@ -152,8 +150,7 @@ std::vector<std::tuple<std::string, std::string, int>> Parameters(
 }
 
 py::tuple ParameterCount(const std::string& dts, const std::string& module, unsigned int shot,
-                         unsigned short subShot, int first, int last,
-                         const std::string& server) {
+                         unsigned short subShot, int first, int last, const std::string& server) {
   short count = 0;
   char moduleUsed[64] = "";
   Check("tovakGetDTSParametersCount", Serialized([&] {
@@ -171,15 +168,15 @@ void AddLookups(py::module_& m) {
         arg("key2"), arg("server"), "tovakGetDTSinfox: the link decoded into numbers.");
   m.def("link_texts", &LinkTexts, arg("diag"), arg("shot"), arg("subshot"), arg("key1"),
         arg("key2"), arg("server"), "tovakGetDTSinfoCLK: the link as raw texts.");
-  m.def("timebase", &TimeBaseOf, arg("diag"), arg("shot"), arg("subshot"), arg("key1"),
-        arg("key2"), arg("samples"), arg("last"), arg("single"), arg("server"),
+  m.def("timebase", &TimeBaseOf, arg("diag"), arg("shot"), arg("subshot"), arg("key1"), arg("key2"),
+        arg("samples"), arg("last"), arg("single"), arg("server"),
         "tovakGetDTSdatax2_ex from the link: (period, delay, axis) in seconds.");
-  m.def("sampling", &Sampling, arg("diag"), arg("shot"), arg("subshot"), arg("key1"),
-        arg("key2"), arg("server"), "The time-base steps from the link, in picoseconds.");
+  m.def("sampling", &Sampling, arg("diag"), arg("shot"), arg("subshot"), arg("key1"), arg("key2"),
+        arg("server"), "The time-base steps from the link, in picoseconds.");
   m.def("parameters", &Parameters, arg("dts"), arg("module"), arg("shot"), arg("subshot"),
         arg("channel"), arg("server"), "getDTSParameters: (name, value, tag) entries.");
-  m.def("parameter_count", &ParameterCount, arg("dts"), arg("module"), arg("shot"),
-        arg("subshot"), arg("first"), arg("last"), arg("server"),
+  m.def("parameter_count", &ParameterCount, arg("dts"), arg("module"), arg("shot"), arg("subshot"),
+        arg("first"), arg("last"), arg("server"),
         "tovakGetDTSParametersCount: (count, first, last, module).");
 }
 

@@ -32,8 +32,7 @@ py::array_t<DTSchSettings> Channels(const DTSchSettings* rows, int count) {
   return py::array_t<DTSchSettings>(count, rows);
 }
 
-std::vector<std::pair<std::string, std::string>> Modules(const std::string& diag,
-                                                         unsigned int shot,
+std::vector<std::pair<std::string, std::string>> Modules(const std::string& diag, unsigned int shot,
                                                          unsigned short subShot,
                                                          const std::string& setupServer) {
   Owned<DTSmodule> modules;
@@ -53,8 +52,8 @@ py::array_t<DTSchSettings> ChannelSettings(const std::string& key1, const std::s
                                            const std::string& server) {
   Owned<DTSchSettings> channels;
   Check("tovakGetDTSchSettings", Serialized([&] {
-          return tovakGetDTSchSettings(server.c_str(), key1.c_str(), key2.c_str(), shot,
-                                       subShot, &channels.data, &channels.count, 1);
+          return tovakGetDTSchSettings(server.c_str(), key1.c_str(), key2.c_str(), shot, subShot,
+                                       &channels.data, &channels.count, 1);
         }));
   return Channels(channels.data, channels.count);
 }
@@ -63,8 +62,8 @@ py::list Settings(const std::string& diag, unsigned int shot, unsigned short sub
                   const std::string& setupServer, const std::string& indexServer) {
   OwnedSettings settings;
   Check("tovakGetDTSsettings", Serialized([&] {
-          return tovakGetDTSsettings(setupServer.c_str(), indexServer.c_str(), diag.c_str(),
-                                     shot, subShot, &settings.data, &settings.count, 1);
+          return tovakGetDTSsettings(setupServer.c_str(), indexServer.c_str(), diag.c_str(), shot,
+                                     subShot, &settings.data, &settings.count, 1);
         }));
   py::list modules;
   for (int i = 0; i < settings.count; ++i) {
@@ -85,8 +84,8 @@ void AddSettings(py::module_& m) {
                           "samples", column6, "clock_count", column7, "mode_flag");
   m.def("modules", &Modules, arg("diag"), arg("shot"), arg("subshot"), arg("setup_server"),
         "tovakGetDTSdiagShot: the (key1, key2) of each module, in position order.");
-  m.def("channel_settings", &ChannelSettings, arg("key1"), arg("key2"), arg("shot"),
-        arg("subshot"), arg("server"), "tovakGetDTSchSettings as a structured array.");
+  m.def("channel_settings", &ChannelSettings, arg("key1"), arg("key2"), arg("shot"), arg("subshot"),
+        arg("server"), "tovakGetDTSchSettings as a structured array.");
   m.attr("channel_dtype") = py::dtype::of<DTSchSettings>();
   m.def("settings", &Settings, arg("diag"), arg("shot"), arg("subshot"), arg("setup_server"),
         arg("index_server"), "tovakGetDTSsettings: (key1, key2, channels) per module.");

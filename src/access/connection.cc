@@ -18,9 +18,8 @@ struct KindRow {
 
 // Exact whole-text comparison, tested in this order.
 constexpr KindRow kKinds[] = {
-    {"FPGA-DTS", IdQuery::kHostId}, {"VME-DTS", IdQuery::kHostId},
-    {"CAMAC-DTS", IdQuery::kCamacId}, {"VME", IdQuery::kHostId},
-    {"FPGA", IdQuery::kHostId},       {"CAMAC", IdQuery::kCamacId},
+    {"FPGA-DTS", IdQuery::kHostId}, {"VME-DTS", IdQuery::kHostId}, {"CAMAC-DTS", IdQuery::kCamacId},
+    {"VME", IdQuery::kHostId},      {"FPGA", IdQuery::kHostId},    {"CAMAC", IdQuery::kCamacId},
 };
 
 }  // namespace

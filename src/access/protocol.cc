@@ -100,11 +100,8 @@ CmonoMirvoDataClient* tDataClientSetup(const char* server) {
   client->setExtraPassPhrase(CClientEnvironment::getEnv("TOVAK_USER_KEY_PASSPHRASE"));
 
   switch (client->Connect(host, parts.port)) {
-    case 0:
-      return tovak::SelectSite(*client, site) ? client : nullptr;
-    case 1:
-      return client;
-    default:
-      return nullptr;
+    case 0: return tovak::SelectSite(*client, site) ? client : nullptr;
+    case 1: return client;
+    default: return nullptr;
   }
 }

@@ -47,8 +47,8 @@ class Session {
   using Configure = void (*)(const char* server, char* site);
   using Instance = Connection* (*)();
 
-  Session(const char* server, char* site, CloseMode mode, Configure configure,
-          Instance instance, int openFailed)
+  Session(const char* server, char* site, CloseMode mode, Configure configure, Instance instance,
+          int openFailed)
       : mode_(mode) {
     configure(server, site);
     db_ = instance();
@@ -84,8 +84,7 @@ class IndexSession : public Session<CIndexDBComm> {
  public:
   explicit IndexSession(const char* server, char* site = nullptr,
                         CloseMode mode = CloseMode::kAlways)
-      : Session(server, site, mode, &IndexSetup, &CIndexDBComm::getInstance,
-                TOVAK_E_INDEX_OPEN) {}
+      : Session(server, site, mode, &IndexSetup, &CIndexDBComm::getInstance, TOVAK_E_INDEX_OPEN) {}
 };
 
 // The setup database connection, configured by SetupSetup; -140 when it

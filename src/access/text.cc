@@ -40,9 +40,7 @@ bool checkFPGA(const char* name) {
 
 namespace tovak {
 
-long ParseLong(const char* text) {
-  return text == nullptr ? 0 : std::strtol(text, nullptr, 10);
-}
+long ParseLong(const char* text) { return text == nullptr ? 0 : std::strtol(text, nullptr, 10); }
 
 int64_t ParseInt64(const char* text) {
   return text == nullptr ? 0 : std::strtoll(text, nullptr, 10);

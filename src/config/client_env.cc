@@ -1,5 +1,7 @@
 // CtovakDescriptor loads the configuration file; CClientEnvironment answers
 // from the process environment first and from the file second.
+#include "tovak/client_env.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
@@ -9,7 +11,6 @@
 #include <string>
 
 #include "config/config_file.h"
-#include "tovak/client_env.h"
 #include "tovak/tovak.h"
 
 namespace {

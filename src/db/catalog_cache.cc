@@ -76,9 +76,8 @@ std::unique_ptr<PgResult> CheckedQueries::Rows(const Statement& statement,
 std::unique_ptr<PgResult> CheckedQueries::Run(const Statement& statement,
                                               const std::vector<Param>& params,
                                               std::string* version) {
-  std::unique_ptr<PgResult> result =
-      connection_.Query(statement, params.data(), static_cast<int>(params.size()),
-                        &kCatalogVersion, version);
+  std::unique_ptr<PgResult> result = connection_.Query(
+      statement, params.data(), static_cast<int>(params.size()), &kCatalogVersion, version);
   // Counts of different servers (the hosts of a list) are not comparable.
   if (!version->empty()) *version = connection_.Server() + "#" + *version;
   if (!version->empty() && *version != version_) {
@@ -117,8 +116,8 @@ void CheckedQueries::Remember(const std::string& key, const std::string& value,
   cached_[key] = value;
 }
 
-void CheckedQueries::Hand(const Statement& statement, std::vector<Param> params,
-                          std::string value, std::string version) {
+void CheckedQueries::Hand(const Statement& statement, std::vector<Param> params, std::string value,
+                          std::string version) {
   if (handed_.size() >= kMaxHanded) handed_.erase(handed_.begin());
   handed_.push_back({&statement, std::move(params), std::move(value), std::move(version)});
 }

@@ -13,11 +13,11 @@ namespace {
 
 using enum IdKind;
 
-constexpr Statement kSiteId = {
-    "tovak_site_id", "SELECT site_id FROM site WHERE name = $1", kSite};
-constexpr Statement kDiagId = {
-    "tovak_diag_id", "SELECT diag_id FROM diag WHERE name = $1 AND site_id = $2", kDiag,
-    {kNone, kSite}};
+constexpr Statement kSiteId = {"tovak_site_id", "SELECT site_id FROM site WHERE name = $1", kSite};
+constexpr Statement kDiagId = {"tovak_diag_id",
+                               "SELECT diag_id FROM diag WHERE name = $1 AND site_id = $2",
+                               kDiag,
+                               {kNone, kSite}};
 constexpr Statement kLink = {
     "tovak_dts_link",
     "SELECT dts_kind, trigger_unit, trigger_module, clock_output, trigger_output,"
@@ -32,28 +32,29 @@ constexpr Statement kParameters = {
     " FROM dts_parameters_of($3, $4, $1, $2) ORDER BY channel",
     kNone,
     {kNone, kNone, kUnit}};
-constexpr Statement kModuleTable = {
-    "tovak_dts_table_module", "SELECT * FROM dts_table_of($1, $2, $3, $4) ORDER BY channel",
-    kNone, {kUnit}};
+constexpr Statement kModuleTable = {"tovak_dts_table_module",
+                                    "SELECT * FROM dts_table_of($1, $2, $3, $4) ORDER BY channel",
+                                    kNone,
+                                    {kUnit}};
 constexpr Statement kUnitTable = {
     "tovak_dts_table_unit",
-    "SELECT * FROM dts_unit_table_of($1, $2, $3) ORDER BY unit_channel, module", kNone,
+    "SELECT * FROM dts_unit_table_of($1, $2, $3) ORDER BY unit_channel, module",
+    kNone,
     {kUnit}};
-constexpr Statement kHostName = {
-    "tovak_host_name", "SELECT name FROM host WHERE host_number = $1"};
+constexpr Statement kHostName = {"tovak_host_name", "SELECT name FROM host WHERE host_number = $1"};
 constexpr Statement kHostId = {
     "tovak_dts_host_id",
     "SELECT dts_id FROM dts_unit WHERE name = $1 AND kind IN ('FPGA-DTS', 'VME-DTS')", kUnit};
 constexpr Statement kCamacId = {
-    "tovak_dts_camac_id",
-    "SELECT dts_id FROM dts_unit WHERE name = $1 AND kind = 'CAMAC-DTS'", kUnit};
+    "tovak_dts_camac_id", "SELECT dts_id FROM dts_unit WHERE name = $1 AND kind = 'CAMAC-DTS'",
+    kUnit};
 constexpr Statement kChannelSettings = {
     "tovak_dmod_channels",
     "SELECT channel, range_volts, offset_volts, clock_hz, pre_samples, samples,"
     " clock_count, mode_flag"
     " FROM dmod_channel_of($1, $2, $3, $4) ORDER BY channel"};
-constexpr Statement kShotRecord = {
-    "tovak_shot_record", "SELECT newest, recorded FROM shot_record($1, $2)"};
+constexpr Statement kShotRecord = {"tovak_shot_record",
+                                   "SELECT newest, recorded FROM shot_record($1, $2)"};
 
 // Sub-shots and channel keys are stored as signed values; the unsigned
 // argument carries the signed 32-bit value (a 16-bit -1 arrives as
@@ -77,10 +78,9 @@ void PgIndexDb::Configure(ConnectionParams params) {
   }
   if (found == nullptr) {
     if (targets_.size() == kMaxTargets) {
-      auto oldest = std::min_element(targets_.begin(), targets_.end(),
-                                     [](const auto& a, const auto& b) {
-                                       return a->lastUse < b->lastUse;
-                                     });
+      auto oldest =
+          std::min_element(targets_.begin(), targets_.end(),
+                           [](const auto& a, const auto& b) { return a->lastUse < b->lastUse; });
       targets_.erase(oldest);
     }
     targets_.push_back(std::make_unique<Target>());
@@ -114,16 +114,15 @@ int PgIndexDb::get_diag_id(const char* diag, int siteId, int*) {
   return FirstInt(queries().Catalog(kDiagId, {diag, siteId}), -1, -1);
 }
 
-CRDBres* PgIndexDb::get_DTS_information(int diagId, unsigned int shot,
-                                        unsigned int subShot, unsigned int chKey1,
-                                        unsigned int chKey2) {
+CRDBres* PgIndexDb::get_DTS_information(int diagId, unsigned int shot, unsigned int subShot,
+                                        unsigned int chKey1, unsigned int chKey2) {
   return queries()
       .Rows(kLink, {diagId, shot, Signed(subShot), Signed(chKey1), Signed(chKey2)})
       .release();
 }
 
-CRDBres* PgIndexDb::get_DTS_parameters(unsigned int shot, unsigned int subShot,
-                                       int hostId, const char* module) {
+CRDBres* PgIndexDb::get_DTS_parameters(unsigned int shot, unsigned int subShot, int hostId,
+                                       const char* module) {
   return queries().Rows(kParameters, {shot, Signed(subShot), hostId, module}).release();
 }
 
@@ -154,8 +153,8 @@ int PgIndexDb::get_DTS_CAMACID(const char* name) {
   return FirstInt(queries().Catalog(kCamacId, {name}), -1, -1);
 }
 
-CRDBres* PgIndexDb::get_dmod_diag_shot(const char* key1, const char* key2,
-                                       unsigned int shot, unsigned int subshot) {
+CRDBres* PgIndexDb::get_dmod_diag_shot(const char* key1, const char* key2, unsigned int shot,
+                                       unsigned int subshot) {
   return queries().Rows(kChannelSettings, {key1, key2, shot, Signed(subshot)}).release();
 }
 
@@ -167,8 +166,8 @@ CRDBres* PgIndexDb::get_shot_record(unsigned int shot, unsigned int subShot) {
 
 bool CIndexDBComm::swCloseEachTime = true;
 
-void CIndexDBComm::setup(const char* host, const char* port, const char* database,
-                         const char* user, const char* password) {
+void CIndexDBComm::setup(const char* host, const char* port, const char* database, const char* user,
+                         const char* password) {
   tovak::db::PgIndexDb::Setup(host, port, database, user, password);
 }
 

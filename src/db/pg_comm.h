@@ -15,9 +15,7 @@ template <class Base, class Derived>
 class PgComm : public Base {
  public:
   int open() override { return self().connection().Open(); }
-  bool is_open() const override {
-    return static_cast<const Derived&>(*this).connection().IsOpen();
-  }
+  bool is_open() const override { return static_cast<const Derived&>(*this).connection().IsOpen(); }
 
   // The process-wide instance; null until the first Setup().
   static Derived* Instance() { return Slot().get(); }

@@ -42,8 +42,8 @@ int SecondsSetting(const char* name, int fallback) {
 
 // Milliseconds left until the deadline, at most INT_MAX; 0 once it passed.
 int MillisecondsLeft(std::chrono::steady_clock::time_point deadline) {
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(
-      deadline - std::chrono::steady_clock::now());
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
   return static_cast<int>(std::clamp<long long>(left.count(), 0, INT_MAX));
 }
 
@@ -72,9 +72,7 @@ int ConnectTimeoutSeconds() {
   return SecondsSetting("TOVAK_DB_CONNECT_TIMEOUT", kDefaultConnectTimeout);
 }
 
-int QueryTimeoutSeconds() {
-  return SecondsSetting("TOVAK_DB_QUERY_TIMEOUT", kDefaultQueryTimeout);
-}
+int QueryTimeoutSeconds() { return SecondsSetting("TOVAK_DB_QUERY_TIMEOUT", kDefaultQueryTimeout); }
 
 void PgConnection::Configure(ConnectionParams params) {
   if (params == params_) return;
@@ -93,9 +91,9 @@ int PgConnection::Open() {
   // values, so it is planned once per connection, not at every execution;
   // compiling it (JIT, which a generic plan's estimate can set off) would
   // cost more than running it ever does.
-  const std::string options = "-c statement_timeout=" +
-                              std::to_string(QueryTimeoutSeconds() * 1000) +
-                              " -c plan_cache_mode=force_generic_plan -c jit=off";
+  const std::string options =
+      "-c statement_timeout=" + std::to_string(QueryTimeoutSeconds() * 1000) +
+      " -c plan_cache_mode=force_generic_plan -c jit=off";
   // Keyword/value pairs, never a connection string built from the caller's
   // texts; expand_dbname stays off so a database name is only a name. Empty
   // values fall back to libpq's defaults (an empty host: PGHOST). A list of
@@ -104,21 +102,35 @@ int PgConnection::Open() {
   // TLS and the password source follow the site's settings (db/security.h).
   const ConnectionSecurity security = SecurityFor(params_.user);
   const std::string password = security.libpqPassword ? std::string() : params_.password;
-  const char* const keywords[] = {"host",             "port",
-                                  "dbname",           "user",
-                                  "password",         "connect_timeout",
-                                  "application_name", "options",
-                                  "keepalives_idle",  "keepalives_interval",
-                                  "keepalives_count", "tcp_user_timeout",
-                                  "sslmode",          "sslrootcert",
+  const char* const keywords[] = {"host",
+                                  "port",
+                                  "dbname",
+                                  "user",
+                                  "password",
+                                  "connect_timeout",
+                                  "application_name",
+                                  "options",
+                                  "keepalives_idle",
+                                  "keepalives_interval",
+                                  "keepalives_count",
+                                  "tcp_user_timeout",
+                                  "sslmode",
+                                  "sslrootcert",
                                   nullptr};
-  const char* const values[] = {params_.host.c_str(),         params_.port.c_str(),
-                                params_.database.c_str(),     params_.user.c_str(),
-                                password.c_str(),             timeout.c_str(),
-                                "tovak",                      options.c_str(),
-                                "30",                         "10",
-                                "3",                          "60000",
-                                security.sslmode.c_str(),     security.sslrootcert.c_str(),
+  const char* const values[] = {params_.host.c_str(),
+                                params_.port.c_str(),
+                                params_.database.c_str(),
+                                params_.user.c_str(),
+                                password.c_str(),
+                                timeout.c_str(),
+                                "tovak",
+                                options.c_str(),
+                                "30",
+                                "10",
+                                "3",
+                                "60000",
+                                security.sslmode.c_str(),
+                                security.sslrootcert.c_str(),
                                 nullptr};
   conn_.reset(PQconnectdbParams(keywords, values, 0));
   // Queries are sent and read without blocking, so that a wait for the
@@ -126,8 +138,8 @@ int PgConnection::Open() {
   if (conn_ == nullptr || PQstatus(conn_.get()) != CONNECTION_OK ||
       PQsetnonblocking(conn_.get(), 1) != 0 || PQenterPipelineMode(conn_.get()) != 1) {
     const std::string reason = conn_ ? PQerrorMessage(conn_.get()) : "out of memory";
-    RecordFailure(OneLine(("database \"" + params_.database + "\" as \"" + params_.user +
-                           "\": " + reason).c_str()));
+    RecordFailure(OneLine(
+        ("database \"" + params_.database + "\" as \"" + params_.user + "\": " + reason).c_str()));
     Disconnect();
     return -1;
   }
@@ -184,8 +196,8 @@ std::unique_ptr<PgResult> PgConnection::Query(const Statement& statement, const 
     if (Broken() && Open() != 0) break;
     PGresultPtr probed, rows;
     const Call calls[] = {{probe, nullptr, 0, &probed}, {&statement, values, count, &rows}};
-    const Outcome outcome = probe != nullptr ? Execute(calls, 2, deadline)
-                                             : Execute(calls + 1, 1, deadline);
+    const Outcome outcome =
+        probe != nullptr ? Execute(calls, 2, deadline) : Execute(calls + 1, 1, deadline);
     if (outcome == Outcome::kDone) {
       if (probeValue != nullptr && PQntuples(probed.get()) > 0) {
         *probeValue = PQgetvalue(probed.get(), 0, 0);
@@ -208,8 +220,7 @@ bool PgConnection::Send(const Call& call, bool prepare) {
   return PQsendQueryPrepared(conn, name, call.count, call.values, nullptr, nullptr, 0) == 1;
 }
 
-PgConnection::Outcome PgConnection::Execute(const Call* calls, int callCount,
-                                            Deadline deadline) {
+PgConnection::Outcome PgConnection::Execute(const Call* calls, int callCount, Deadline deadline) {
   // Commands in the pipeline, in order: a prepare (when new), then its
   // execution, for each call. Results come back in the same order.
   struct Expected {
@@ -221,8 +232,8 @@ PgConnection::Outcome PgConnection::Execute(const Call* calls, int callCount,
   int commands = 0;
   for (int i = 0; i < callCount; ++i) {
     const char* name = calls[i].statement->name;
-    const bool prepare = !prepared_.contains(name) &&
-                         (i == 0 || calls[i].statement != calls[0].statement);
+    const bool prepare =
+        !prepared_.contains(name) && (i == 0 || calls[i].statement != calls[0].statement);
     // A pipeline cut short would leave the connection out of step.
     if (!Send(calls[i], prepare)) return Outcome::kLost;
     if (prepare) expected[commands++] = {name, nullptr};

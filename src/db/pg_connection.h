@@ -100,8 +100,7 @@ class PgConnection {
   // a fresh one, within what is left of that time. A statement that runs out
   // of time fails at once and ends the connection. Never null; the caller
   // owns the result.
-  std::unique_ptr<PgResult> Query(const Statement& statement,
-                                  std::initializer_list<Param> params);
+  std::unique_ptr<PgResult> Query(const Statement& statement, std::initializer_list<Param> params);
   // As Query, with the one-cell statement `probe` (no parameters) sent in the
   // same round trip, just before it; *probeValue receives its cell, "" when
   // it failed (then the statement fails too).

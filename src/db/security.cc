@@ -9,7 +9,8 @@ namespace {
 // NAME_SITE, else NAME; empty when neither is set.
 std::string SiteSetting(const std::string& name, const std::string& site) {
   std::string perSite = name + "_";
-  for (const char c : site) perSite += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  for (const char c : site)
+    perSite += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   if (const char* value = std::getenv(perSite.c_str()); value != nullptr) return value;
   const char* value = std::getenv(name.c_str());
   return value != nullptr ? value : "";

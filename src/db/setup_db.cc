@@ -15,8 +15,7 @@ constexpr Statement kModules = {
 void PgSetupDb::Close() { connection_.Disconnect(); }
 void PgSetupDb::ForceClose(int) { connection_.Disconnect(); }
 
-CRDBres* PgSetupDb::get_dmod_diag_shot(const char* diag, unsigned int shot,
-                                       unsigned int subshot) {
+CRDBres* PgSetupDb::get_dmod_diag_shot(const char* diag, unsigned int shot, unsigned int subshot) {
   return connection_.Query(kModules, {diag, shot, static_cast<int32_t>(subshot)}).release();
 }
 

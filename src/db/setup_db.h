@@ -20,8 +20,7 @@ class PgSetupDb final : public PgComm<CSetupDBComm, PgSetupDb> {
   void Close() override;
   void ForceClose(int force) override;
 
-  CRDBres* get_dmod_diag_shot(const char* diag, unsigned int shot,
-                              unsigned int subshot) override;
+  CRDBres* get_dmod_diag_shot(const char* diag, unsigned int shot, unsigned int subshot) override;
 
  private:
   PgConnection connection_;

@@ -56,10 +56,10 @@ int tovakGetDTSinfoCLK(const char* diag, unsigned int shot, short subShot, short
   using namespace tovak;
   const auto remote = [&](CmonoMirvoDataClient& client) {
     constexpr size_t kText = kTextLimit, kWord = kOptionsTextLimit;
-    RemoteTexts<11> texts({dtsKind, linkText1, linkText2, linkText3, linkText4, clockSource,
-                           preSampleText, sampIntervalText, clkDtsType, clkDtsHost, clkDtsWord3},
-                          {kKindNameLimit, kText, kText, kText, kText, kText, kWord, kWord, kWord,
-                           kWord, kWord});
+    RemoteTexts<11> texts(
+        {dtsKind, linkText1, linkText2, linkText3, linkText4, clockSource, preSampleText,
+         sampIntervalText, clkDtsType, clkDtsHost, clkDtsWord3},
+        {kKindNameLimit, kText, kText, kText, kText, kText, kWord, kWord, kWord, kWord, kWord});
     return texts.Deliver(client.GetDTSinfoCLK(
         diag, shot, subShot, chKey1, chKey2, texts[0], texts[1], texts[2], texts[3], texts[4],
         clockSetting, linkNum8, texts[5], texts[6], texts[7], texts[8], texts[9], texts[10]));

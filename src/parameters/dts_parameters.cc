@@ -32,10 +32,9 @@ const char* DividerRangeWord(int32_t nanoseconds) {
     int32_t value;
     const char* word;
   } kRanges[] = {
-      {1, "1nsec"},          {10, "10nsec"},          {100, "0.1usec"},
-      {1000, "1usec"},       {10000, "10usec"},       {100000, "100usec"},
-      {1000000, "1msec"},    {10000000, "10msec"},    {100000000, "100msec"},
-      {1000000000, "1sec"},
+      {1, "1nsec"},           {10, "10nsec"},       {100, "0.1usec"},   {1000, "1usec"},
+      {10000, "10usec"},      {100000, "100usec"},  {1000000, "1msec"}, {10000000, "10msec"},
+      {100000000, "100msec"}, {1000000000, "1sec"},
   };
   for (const auto& range : kRanges) {
     if (range.value == nanoseconds) return range.word;
@@ -175,9 +174,8 @@ int RemoteDTSParameters(CmonoMirvoDataClient& client, const ModuleKey& key, unsi
 }  // namespace
 }  // namespace tovak
 
-int getDTSParameters(const char* server, const char* dtsName, const char* module,
-                     unsigned int shot, unsigned short subShot, unsigned short channel,
-                     CParamSet& params) {
+int getDTSParameters(const char* server, const char* dtsName, const char* module, unsigned int shot,
+                     unsigned short subShot, unsigned short channel, CParamSet& params) {
   using namespace tovak;
   const ModuleKey key{dtsName, module, shot, subShot};
   const auto remote = [&](CmonoMirvoDataClient& client) {

@@ -17,9 +17,7 @@ bool IsDmodss(const char* moduleText) {
   return moduleText != nullptr && std::strncmp(moduleText, "DMODSS", 6) == 0;
 }
 
-bool IsDividerChannel(bool dmodss, int channel) {
-  return dmodss ? channel >= 7 : channel <= 2;
-}
+bool IsDividerChannel(bool dmodss, int channel) { return dmodss ? channel >= 7 : channel <= 2; }
 
 int ParameterCount(bool dmodss, int channel) {
   constexpr int kAlwaysPresent = 37;
@@ -59,8 +57,7 @@ int ResolveDtsModule(CIndexDBComm& db, const ModuleKey& key, int tooLongStatus, 
   }
   if (module == nullptr) module = kUnknownModule;
   if (std::strlen(module) >= static_cast<size_t>(kModuleNameSize)) {
-    VerboseMessage("Module name longer than %d characters [%s]\n", kModuleNameSize - 1,
-                   module);
+    VerboseMessage("Module name longer than %d characters [%s]\n", kModuleNameSize - 1, module);
     return tooLongStatus;
   }
   out.hostId = hostId;

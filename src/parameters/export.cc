@@ -24,8 +24,8 @@ struct Buffers {
 // Record i over its whole width: the text, then NUL bytes to the width.
 void FillFlatRecord(void* buffer, int width, int index, const std::vector<char>& scratch) {
   if (buffer == nullptr || width < 1) return;
-  char* record = static_cast<char*>(buffer) +
-                 static_cast<size_t>(index) * static_cast<size_t>(width);
+  char* record =
+      static_cast<char*>(buffer) + static_cast<size_t>(index) * static_cast<size_t>(width);
   std::strncpy(record, scratch.data(), static_cast<size_t>(width));
 }
 
@@ -58,9 +58,9 @@ void CopyThroughPointers(const CParamSet& params, int index, const Buffers& out)
                   out.tags == nullptr ? nullptr : &out.tags[index]);
 }
 
-int ExportParameters(const char* server, const char* dtsName, const char* module,
-                     unsigned int shot, unsigned short subShot, unsigned short channel,
-                     unsigned short recordCount, const Buffers& out) {
+int ExportParameters(const char* server, const char* dtsName, const char* module, unsigned int shot,
+                     unsigned short subShot, unsigned short channel, unsigned short recordCount,
+                     const Buffers& out) {
   CParamSet params;
   const int status = getDTSParameters(server, dtsName, module, shot, subShot, channel, params);
   if (status != 0) return status;
@@ -88,27 +88,24 @@ int tovakGetDTSParameters(const char* server, const char* dtsName, const char* m
 }
 
 int tovakGetDTSParameters_s(const char* server, const char* dtsName, const char* module,
-                            unsigned int shot, unsigned short subShot,
-                            unsigned short channel, unsigned short recordCount, void* names,
-                            int nameWidth, void* values, int valueWidth, int* tags,
-                            bool flat) {
+                            unsigned int shot, unsigned short subShot, unsigned short channel,
+                            unsigned short recordCount, void* names, int nameWidth, void* values,
+                            int valueWidth, int* tags, bool flat) {
   return tovak::ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
                                  {names, nameWidth, values, valueWidth, tags, flat});
 }
 
 int tovakGetDTSParameters2(const char* server, const char* dtsName, const char* module,
                            unsigned int shot, unsigned short subShot, unsigned short channel,
-                           unsigned short recordCount, void* names, void* values,
-                           int* tags) {
+                           unsigned short recordCount, void* names, void* values, int* tags) {
   return tovakGetDTSParameters2_s(server, dtsName, module, shot, subShot, channel, recordCount,
                                   names, tovak::kNameWidth, values, tovak::kValueWidth, tags);
 }
 
 int tovakGetDTSParameters2_s(const char* server, const char* dtsName, const char* module,
-                             unsigned int shot, unsigned short subShot,
-                             unsigned short channel, unsigned short recordCount,
-                             void* names, int nameWidth, void* values, int valueWidth,
-                             int* tags) {
+                             unsigned int shot, unsigned short subShot, unsigned short channel,
+                             unsigned short recordCount, void* names, int nameWidth, void* values,
+                             int valueWidth, int* tags) {
   return tovak::ExportParameters(server, dtsName, module, shot, subShot, channel, recordCount,
                                  {names, nameWidth, values, valueWidth, tags, true});
 }

@@ -92,9 +92,8 @@ void CloseIfCreated(CRDBComm* db) {
 }  // namespace
 }  // namespace tovak
 
-int tovakGetDTSchSettings(const char* server, const char* key1, const char* key2,
-                          unsigned int shot, unsigned short subshot, DTSchSettings** out,
-                          int* count, int close) {
+int tovakGetDTSchSettings(const char* server, const char* key1, const char* key2, unsigned int shot,
+                          unsigned short subshot, DTSchSettings** out, int* count, int close) {
   using namespace tovak;
   IndexSession session(server, nullptr, CloseModeFor(close));
   if (session.status() != 0) return session.status();
@@ -112,8 +111,8 @@ int tovakGetDTSdiagShot(const char* server, const char* diag, unsigned int shot,
 }
 
 int tovakGetDTSsettings(const char* setupServer, const char* indexServer, const char* diag,
-                        unsigned int shot, unsigned short subshot, DTSsettings** out,
-                        int* count, int close) {
+                        unsigned int shot, unsigned short subshot, DTSsettings** out, int* count,
+                        int close) {
   using namespace tovak;
   int status = 0;
   {
@@ -126,8 +125,8 @@ int tovakGetDTSsettings(const char* setupServer, const char* indexServer, const 
       for (int i = 0; i < n && status == 0; ++i) {
         DTSsettings& record = settings[i];
         record.module = modules[i];
-        status = tovakGetDTSchSettings(indexServer, modules[i].key1, modules[i].key2, shot,
-                                       subshot, &record.chSettings, &record.chCount, 0);
+        status = tovakGetDTSchSettings(indexServer, modules[i].key1, modules[i].key2, shot, subshot,
+                                       &record.chSettings, &record.chCount, 0);
       }
       if (status == 0) {
         *out = settings.Release();

@@ -15,9 +15,9 @@
 #include "access/state.h"
 #include "remote/call_auth.h"
 #include "remote/file_text.h"
+#include "remote/link_texts.h"
 #include "remote/reply_bounds.h"
 #include "remote/secret_text.h"
-#include "remote/link_texts.h"
 #include "remote/status_map.h"
 #include "tovak/tovak.h"
 
@@ -85,8 +85,8 @@ bool ReadPassphrase(bool handedOver, const std::string& text, const std::string&
   }
   std::string ignored;
   if (!ReadPrivateFile(file, passphrase, &ignored)) return false;
-  passphrase->value.resize(std::min(passphrase->value.find_first_of("\r\n"),
-                                    passphrase->value.size()));
+  passphrase->value.resize(
+      std::min(passphrase->value.find_first_of("\r\n"), passphrase->value.size()));
   return true;
 }
 
@@ -214,9 +214,14 @@ bool GrpcDataClient::SameCredentials(const ClientOptions& options) const {
 int GrpcDataClient::RefreshCredentials(const ClientOptions& options) {
   if (SameCredentials(options) && (credentials_.key || credentials_.keyFile.empty())) return 0;
   Disconnect();
-  credentials_ = LoadedCredentials{extraUserName(), extraKeyFile(), Sha256(extraPassPhrase()),
-                                    options.passphraseFile, hasExtraKeyFile(),
-                                    hasExtraPassPhrase(), nullptr, ""};
+  credentials_ = LoadedCredentials{extraUserName(),
+                                   extraKeyFile(),
+                                   Sha256(extraPassPhrase()),
+                                   options.passphraseFile,
+                                   hasExtraKeyFile(),
+                                   hasExtraPassPhrase(),
+                                   nullptr,
+                                   ""};
   if (!hasExtraKeyFile() || extraKeyFile().empty()) return 0;
   // A key without a user name proves nothing the server can check.
   if (extraUserName().empty()) return TOVAK_E_REMOTE_CREDENTIALS;
@@ -226,8 +231,8 @@ int GrpcDataClient::RefreshCredentials(const ClientOptions& options) {
                       &passphrase)) {
     return TOVAK_E_REMOTE_CREDENTIALS;
   }
-  PkeyPtr key = LoadPrivateKey(extraKeyFile(), usePassphrase ? passphrase.value.c_str() : nullptr,
-                               nullptr);
+  PkeyPtr key =
+      LoadPrivateKey(extraKeyFile(), usePassphrase ? passphrase.value.c_str() : nullptr, nullptr);
   if (!key) return TOVAK_E_REMOTE_CREDENTIALS;
   std::string certificate = CertificateIn(extraKeyFile());
   if (!certificate.empty() && EVP_PKEY_eq(CertificateKey(certificate).get(), key.get()) != 1) {
@@ -246,8 +251,12 @@ int GrpcDataClient::PrepareCall(grpc::ClientContext& context, const char* method
   if (credentials_.user.empty() || channelIdentity_) return 0;
   context.AddMetadata(kUserKey, credentials_.user);
   if (!credentials_.key) return 0;
-  ProofFields proof{credentials_.user, method, site, audience_,
-                    static_cast<int64_t>(std::time(nullptr)), RandomNonce(),
+  ProofFields proof{credentials_.user,
+                    method,
+                    site,
+                    audience_,
+                    static_cast<int64_t>(std::time(nullptr)),
+                    RandomNonce(),
                     Sha256(request.SerializeAsString())};
   const std::string signature = Sign(credentials_.key.get(), AuthPayload(proof));
   if (proof.nonce.empty() || signature.empty()) return TOVAK_E_REMOTE_CREDENTIALS;
@@ -277,8 +286,7 @@ int GrpcDataClient::SelectSite(const char* site, int option) {
   request.set_site(site);
   request.set_option(option);
   v1::SelectSiteReply reply;
-  const int failed = Invoke("SelectSite", site, request, reply,
-                            [&](auto& stub, auto& context) {
+  const int failed = Invoke("SelectSite", site, request, reply, [&](auto& stub, auto& context) {
     return stub.SelectSite(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -306,8 +314,7 @@ int GrpcDataClient::GetDTSinfox(const char* diag, unsigned int shot, int subShot
   if (sampInterval != nullptr) request.set_samp_interval(*sampInterval);
   if (clkHostId != nullptr) request.set_clk_host_id(*clkHostId);
   v1::DTSinfoxReply reply;
-  const int failed = Invoke("GetDTSinfox", site_, request, reply,
-                            [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSinfox", site_, request, reply, [&](auto& stub, auto& context) {
     return stub.GetDTSinfox(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -342,8 +349,7 @@ int GrpcDataClient::GetDTSinfoCLK(const char* diag, unsigned int shot, int subSh
   if (clockSetting != nullptr) request.set_clock_setting(*clockSetting);
   if (linkNum8 != nullptr) request.set_link_num8(*linkNum8);
   v1::DTSinfoCLKReply reply;
-  const int failed = Invoke("GetDTSinfoCLK", site_, request, reply,
-                            [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSinfoCLK", site_, request, reply, [&](auto& stub, auto& context) {
     return stub.GetDTSinfoCLK(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -363,15 +369,12 @@ int GrpcDataClient::GetDTSinfoCLK(const char* diag, unsigned int shot, int subSh
   return reply.status();
 }
 
-int GrpcDataClient::SamplingCycle(const char* clkDtsType, const char* clkDtsHost,
-                                  const char* clkModule, const char* clkOutput,
-                                  const char* trgDtsType, const char* trgDtsHost,
-                                  const char* trgModule, const char* trgOutput,
-                                  int sampIntervalIn, unsigned int shot,
-                                  unsigned short subShot, const char* clockSource,
-                                  const char* internalClock, const char* cycleMultiplier,
-                                  int* sampInterval, int64_t* sampPeriod, int64_t* clockStart,
-                                  int64_t* triggerTime, int64_t* clockCycle) {
+int GrpcDataClient::SamplingCycle(
+    const char* clkDtsType, const char* clkDtsHost, const char* clkModule, const char* clkOutput,
+    const char* trgDtsType, const char* trgDtsHost, const char* trgModule, const char* trgOutput,
+    int sampIntervalIn, unsigned int shot, unsigned short subShot, const char* clockSource,
+    const char* internalClock, const char* cycleMultiplier, int* sampInterval, int64_t* sampPeriod,
+    int64_t* clockStart, int64_t* triggerTime, int64_t* clockCycle) {
   v1::SamplingCycleRequest request;
   SetLink(request.mutable_clock(), {clkDtsType, clkDtsHost, clkModule, clkOutput});
   SetLink(request.mutable_trigger(), {trgDtsType, trgDtsHost, trgModule, trgOutput});
@@ -386,8 +389,7 @@ int GrpcDataClient::SamplingCycle(const char* clkDtsType, const char* clkDtsHost
   if (triggerTime != nullptr) request.set_trigger_time(*triggerTime);
   if (clockCycle != nullptr) request.set_clock_cycle(*clockCycle);
   v1::SamplingCycleReply reply;
-  const int failed = Invoke("SamplingCycle", site_, request, reply,
-                            [&](auto& stub, auto& context) {
+  const int failed = Invoke("SamplingCycle", site_, request, reply, [&](auto& stub, auto& context) {
     return stub.SamplingCycle(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -403,9 +405,9 @@ int GrpcDataClient::Sampling0Timing(unsigned char fromClockStart, const char* tr
                                     const char* trgDtsHost, const char* trgModule,
                                     const char* trgOutput, unsigned int shot,
                                     unsigned short subShot, const char* clockSource,
-                                    const char* preSample, int64_t sampPeriod,
-                                    int64_t clockStart, int64_t triggerTimeIn,
-                                    int64_t* triggerTime, int64_t* firstSampleTime) {
+                                    const char* preSample, int64_t sampPeriod, int64_t clockStart,
+                                    int64_t triggerTimeIn, int64_t* triggerTime,
+                                    int64_t* firstSampleTime) {
   v1::Sampling0TimingRequest request;
   request.set_from_clock_start(fromClockStart != 0);
   SetLink(request.mutable_trigger(), {trgDtsType, trgDtsHost, trgModule, trgOutput});
@@ -418,10 +420,9 @@ int GrpcDataClient::Sampling0Timing(unsigned char fromClockStart, const char* tr
   request.set_trigger_time(triggerTimeIn);
   if (firstSampleTime != nullptr) request.set_first_sample_time(*firstSampleTime);
   v1::Sampling0TimingReply reply;
-  const int failed = Invoke("Sampling0Timing", site_, request, reply,
-                            [&](auto& stub, auto& context) {
-    return stub.Sampling0Timing(&context, request, &reply);
-  });
+  const int failed = Invoke(
+      "Sampling0Timing", site_, request, reply,
+      [&](auto& stub, auto& context) { return stub.Sampling0Timing(&context, request, &reply); });
   if (failed != 0) return failed;
   Take(reply.has_trigger_time(), reply.trigger_time(), triggerTime);
   Take(reply.has_first_sample_time(), reply.first_sample_time(), firstSampleTime);
@@ -431,12 +432,12 @@ int GrpcDataClient::Sampling0Timing(unsigned char fromClockStart, const char* tr
 int GrpcDataClient::GetDTSdatax2(const char* trgDtsType, const char* trgDtsHost,
                                  const char* trgModule, const char* trgOutput,
                                  const char* clkDtsType, const char* clkDtsHost,
-                                 const char* clkModule, const char* clkOutput,
-                                 int sampIntervalIn, int64_t sampleCount, unsigned int shot,
-                                 unsigned short subShot, const char* clockSource,
-                                 const char* internalClock, const char* cycleMultiplier,
-                                 const char* preSample, int64_t lastSample, int* sampInterval,
-                                 int64_t* sampPeriod, int64_t* delay) {
+                                 const char* clkModule, const char* clkOutput, int sampIntervalIn,
+                                 int64_t sampleCount, unsigned int shot, unsigned short subShot,
+                                 const char* clockSource, const char* internalClock,
+                                 const char* cycleMultiplier, const char* preSample,
+                                 int64_t lastSample, int* sampInterval, int64_t* sampPeriod,
+                                 int64_t* delay) {
   v1::DTSdatax2Request request;
   SetLink(request.mutable_trigger(), {trgDtsType, trgDtsHost, trgModule, trgOutput});
   SetLink(request.mutable_clock(), {clkDtsType, clkDtsHost, clkModule, clkOutput});
@@ -452,8 +453,7 @@ int GrpcDataClient::GetDTSdatax2(const char* trgDtsType, const char* trgDtsHost,
   if (sampPeriod != nullptr) request.set_samp_period(*sampPeriod);
   if (delay != nullptr) request.set_delay(*delay);
   v1::DTSdatax2Reply reply;
-  const int failed = Invoke("GetDTSdatax2", site_, request, reply,
-                            [&](auto& stub, auto& context) {
+  const int failed = Invoke("GetDTSdatax2", site_, request, reply, [&](auto& stub, auto& context) {
     return stub.GetDTSdatax2(&context, request, &reply);
   });
   if (failed != 0) return failed;
@@ -463,9 +463,9 @@ int GrpcDataClient::GetDTSdatax2(const char* trgDtsType, const char* trgDtsHost,
   return reply.status();
 }
 
-int GrpcDataClient::GetDTSParameters(const char* dtsName, const char* module,
-                                     unsigned int shot, unsigned short subShot,
-                                     unsigned short channel, std::string& paramText) {
+int GrpcDataClient::GetDTSParameters(const char* dtsName, const char* module, unsigned int shot,
+                                     unsigned short subShot, unsigned short channel,
+                                     std::string& paramText) {
   v1::DTSParametersRequest request;
   if (dtsName != nullptr) request.set_dts_name(dtsName);
   if (module != nullptr) request.set_module(module);
@@ -473,10 +473,9 @@ int GrpcDataClient::GetDTSParameters(const char* dtsName, const char* module,
   request.set_sub_shot(subShot);
   request.set_channel(channel);
   v1::DTSParametersReply reply;
-  const int failed = Invoke("GetDTSParameters", site_, request, reply,
-                            [&](auto& stub, auto& context) {
-    return stub.GetDTSParameters(&context, request, &reply);
-  });
+  const int failed = Invoke(
+      "GetDTSParameters", site_, request, reply,
+      [&](auto& stub, auto& context) { return stub.GetDTSParameters(&context, request, &reply); });
   if (failed != 0) return failed;
   if (const int refused = CheckParameterList(reply); refused != 0) return refused;
   Take(reply.has_param_text(), reply.param_text(), paramText);
@@ -499,10 +498,10 @@ int GrpcDataClient::GetDTSParametersCount(const char* dtsName, const char* modul
   if (firstChannelOut != nullptr) request.set_first_channel_out(*firstChannelOut);
   if (lastChannelOut != nullptr) request.set_last_channel_out(*lastChannelOut);
   v1::DTSParametersCountReply reply;
-  const int failed = Invoke("GetDTSParametersCount", site_, request, reply,
-                            [&](auto& stub, auto& context) {
-    return stub.GetDTSParametersCount(&context, request, &reply);
-  });
+  const int failed =
+      Invoke("GetDTSParametersCount", site_, request, reply, [&](auto& stub, auto& context) {
+        return stub.GetDTSParametersCount(&context, request, &reply);
+      });
   if (failed != 0) return failed;
   if (const int refused = CheckCountChannels(request, reply); refused != 0) return refused;
   Take(reply.has_count(), reply.count(), count);

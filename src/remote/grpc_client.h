@@ -9,13 +9,13 @@
 #ifndef TOVAK_REMOTE_GRPC_CLIENT_H_
 #define TOVAK_REMOTE_GRPC_CLIENT_H_
 
+#include <google/protobuf/message_lite.h>
+#include <grpcpp/channel.h>
+#include <grpcpp/client_context.h>
+
 #include <chrono>
 #include <memory>
 #include <string>
-
-#include <grpcpp/channel.h>
-#include <google/protobuf/message_lite.h>
-#include <grpcpp/client_context.h>
 
 #include "remote/client_options.h"
 #include "remote/openssl_ptr.h"
@@ -34,14 +34,14 @@ class GrpcDataClient final : public CmonoMirvoDataClient {
   int GetDTSinfox(const char* diag, unsigned int shot, int subShot, int chKey1, int chKey2,
                   std::string& dtsKind, std::string& linkText1, std::string& linkText2,
                   short* linkNum3, short* linkNum4, int* clockSetting, int* linkNum8,
-                  std::string& clockSource, int* preSample, int* sampInterval,
-                  int* clkHostId, std::string& clkDtsWord3) override;
+                  std::string& clockSource, int* preSample, int* sampInterval, int* clkHostId,
+                  std::string& clkDtsWord3) override;
   int GetDTSinfoCLK(const char* diag, unsigned int shot, int subShot, int chKey1, int chKey2,
                     std::string& dtsKind, std::string& linkText1, std::string& linkText2,
                     std::string& linkText3, std::string& linkText4, int* clockSetting,
                     int* linkNum8, std::string& clockSource, std::string& preSampleText,
-                    std::string& sampIntervalText, std::string& clkDtsType,
-                    std::string& clkDtsHost, std::string& clkDtsWord3) override;
+                    std::string& sampIntervalText, std::string& clkDtsType, std::string& clkDtsHost,
+                    std::string& clkDtsWord3) override;
   int SamplingCycle(const char* clkDtsType, const char* clkDtsHost, const char* clkModule,
                     const char* clkOutput, const char* trgDtsType, const char* trgDtsHost,
                     const char* trgModule, const char* trgOutput, int sampIntervalIn,
@@ -49,25 +49,24 @@ class GrpcDataClient final : public CmonoMirvoDataClient {
                     const char* internalClock, const char* cycleMultiplier, int* sampInterval,
                     int64_t* sampPeriod, int64_t* clockStart, int64_t* triggerTime,
                     int64_t* clockCycle) override;
-  int Sampling0Timing(unsigned char fromClockStart, const char* trgDtsType,
-                      const char* trgDtsHost, const char* trgModule, const char* trgOutput,
-                      unsigned int shot, unsigned short subShot, const char* clockSource,
-                      const char* preSample, int64_t sampPeriod, int64_t clockStart,
-                      int64_t triggerTimeIn, int64_t* triggerTime,
-                      int64_t* firstSampleTime) override;
+  int Sampling0Timing(unsigned char fromClockStart, const char* trgDtsType, const char* trgDtsHost,
+                      const char* trgModule, const char* trgOutput, unsigned int shot,
+                      unsigned short subShot, const char* clockSource, const char* preSample,
+                      int64_t sampPeriod, int64_t clockStart, int64_t triggerTimeIn,
+                      int64_t* triggerTime, int64_t* firstSampleTime) override;
   int GetDTSdatax2(const char* trgDtsType, const char* trgDtsHost, const char* trgModule,
                    const char* trgOutput, const char* clkDtsType, const char* clkDtsHost,
                    const char* clkModule, const char* clkOutput, int sampIntervalIn,
                    int64_t sampleCount, unsigned int shot, unsigned short subShot,
-                   const char* clockSource, const char* internalClock,
-                   const char* cycleMultiplier, const char* preSample, int64_t lastSample,
-                   int* sampInterval, int64_t* sampPeriod, int64_t* delay) override;
+                   const char* clockSource, const char* internalClock, const char* cycleMultiplier,
+                   const char* preSample, int64_t lastSample, int* sampInterval,
+                   int64_t* sampPeriod, int64_t* delay) override;
   int GetDTSParameters(const char* dtsName, const char* module, unsigned int shot,
                        unsigned short subShot, unsigned short channel,
                        std::string& paramText) override;
   int GetDTSParametersCount(const char* dtsName, const char* module, unsigned int shot,
-                            unsigned short subShot, int firstChannel, int lastChannel,
-                            int* count, int* firstChannelOut, int* lastChannelOut,
+                            unsigned short subShot, int firstChannel, int lastChannel, int* count,
+                            int* firstChannelOut, int* lastChannelOut,
                             std::string& moduleName) override;
   // option is not used; the library passes 0.
   int SelectSite(const char* site, int option) override;
@@ -100,8 +99,8 @@ class GrpcDataClient final : public CmonoMirvoDataClient {
   // and its reply is in range, else the status of the failure or refusal.
   template <class Rpc>
   int Invoke(const char* method, const std::string& site,
-             const google::protobuf::MessageLite& request,
-             const google::protobuf::Message& reply, Rpc&& rpc);
+             const google::protobuf::MessageLite& request, const google::protobuf::Message& reply,
+             Rpc&& rpc);
 
   std::shared_ptr<grpc::Channel> channel_;
   std::unique_ptr<v1::TimingData::Stub> stub_;

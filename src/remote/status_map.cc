@@ -26,21 +26,15 @@ int StatusOfFailedCall(const grpc::Status& status) {
   switch (status.error_code()) {
     case grpc::StatusCode::UNAVAILABLE:
     case grpc::StatusCode::CANCELLED:
-    case grpc::StatusCode::ABORTED:
-      return TOVAK_E_REMOTE_UNAVAILABLE;
-    case grpc::StatusCode::DEADLINE_EXCEEDED:
-      return TOVAK_E_REMOTE_DEADLINE;
-    case grpc::StatusCode::UNAUTHENTICATED:
-      return TOVAK_E_REMOTE_UNAUTHENTICATED;
-    case grpc::StatusCode::PERMISSION_DENIED:
-      return TOVAK_E_REMOTE_PERMISSION;
+    case grpc::StatusCode::ABORTED: return TOVAK_E_REMOTE_UNAVAILABLE;
+    case grpc::StatusCode::DEADLINE_EXCEEDED: return TOVAK_E_REMOTE_DEADLINE;
+    case grpc::StatusCode::UNAUTHENTICATED: return TOVAK_E_REMOTE_UNAUTHENTICATED;
+    case grpc::StatusCode::PERMISSION_DENIED: return TOVAK_E_REMOTE_PERMISSION;
     case grpc::StatusCode::NOT_FOUND:
-    case grpc::StatusCode::FAILED_PRECONDITION:
-      return TOVAK_E_REMOTE_UNKNOWN_SITE;
+    case grpc::StatusCode::FAILED_PRECONDITION: return TOVAK_E_REMOTE_UNKNOWN_SITE;
     case grpc::StatusCode::INTERNAL:
     case grpc::StatusCode::DATA_LOSS:
-    case grpc::StatusCode::UNKNOWN:
-      return TOVAK_E_REMOTE_SERVER;
+    case grpc::StatusCode::UNKNOWN: return TOVAK_E_REMOTE_SERVER;
     // RESOURCE_EXHAUSTED: a request or answer larger than the receiver's limit (4 MiB): the
     // server is there, it refused what it was sent.
     default:  // UNIMPLEMENTED, INVALID_ARGUMENT, OUT_OF_RANGE, ALREADY_EXISTS, RESOURCE_EXHAUSTED

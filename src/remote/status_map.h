@@ -16,8 +16,7 @@ bool BreaksConnection(grpc::StatusCode code);
 
 // TOVAK_E_REMOTE_REPLY_RANGE for a reply of method refused as out of range;
 // the reason (a printf format and its values) goes to the verbose messages.
-int RefusedReply(const char* method, const char* format, ...)
-    __attribute__((format(printf, 2, 3)));
+int RefusedReply(const char* method, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
 }  // namespace tovak::remote
 

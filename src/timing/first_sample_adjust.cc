@@ -26,13 +26,13 @@ int64_t Negate(int64_t x) { return WrapSub(int64_t{0}, x); }
 
 // The card's view of its set-up.
 struct Acquisition {
-  bool internal;      // the card runs on its own clock
-  bool flag;          // mode flag, cleared by the acquisition modes below
-  bool risingA;       // edge A is "Rising"
-  bool risingB;       // edge B is "Rising"
-  int64_t period;     // sampling period
-  int64_t clock;      // clock period
-  int32_t clocks;     // clock periods counted
+  bool internal;   // the card runs on its own clock
+  bool flag;       // mode flag, cleared by the acquisition modes below
+  bool risingA;    // edge A is "Rising"
+  bool risingB;    // edge B is "Rising"
+  int64_t period;  // sampling period
+  int64_t clock;   // clock period
+  int32_t clocks;  // clock periods counted
 };
 
 // Sum of signed 64-bit terms, wrapping.
@@ -81,7 +81,8 @@ int64_t Pxie63Card(const Acquisition& a) {
     return Sum(PeriodsOf(a.clocks, a.clock), Negate(a.period), kInternalLatency);
   }
   if (a.period == a.clock) {
-    if (a.flag) return Sum(kExternalLatency, Negate(a.period), a.risingA ? 0 : Negate(Half(a.period)));
+    if (a.flag)
+      return Sum(kExternalLatency, Negate(a.period), a.risingA ? 0 : Negate(Half(a.period)));
     return a.risingA ? Sum(a.clock, Negate(a.period), kExternalLatency)
                      : Sum(Half(a.period), Negate(a.period), kExternalLatency);
   }
@@ -93,9 +94,8 @@ int64_t Pxie63Card(const Acquisition& a) {
 }  // namespace tovak
 
 int tovakFirstSampleAdjust(const char* cardType, const char* acqMode, const char* clockSource,
-                           int modeFlag, int64_t sampPeriod, int64_t clockPeriod,
-                           const char* edgeA, const char* edgeB, int clockCount,
-                           int64_t* adjust) {
+                           int modeFlag, int64_t sampPeriod, int64_t clockPeriod, const char* edgeA,
+                           const char* edgeB, int clockCount, int64_t* adjust) {
   using namespace tovak;
   if (cardType == nullptr || acqMode == nullptr) {
     if (adjust != nullptr) *adjust = 0;
@@ -104,8 +104,8 @@ int tovakFirstSampleAdjust(const char* cardType, const char* acqMode, const char
   const bool we = BeginsWith(cardType, "WE");
   const bool pxi = BeginsWith(cardType, "PXI");
   // Modes in which the card ignores the flag.
-  const bool flagCleared = (we && BeginsWith(acqMode, "NumberOfSample")) ||
-                           (pxi && BeginsWith(acqMode, "Continuous"));
+  const bool flagCleared =
+      (we && BeginsWith(acqMode, "NumberOfSample")) || (pxi && BeginsWith(acqMode, "Continuous"));
   const Acquisition a{
       clockSource == nullptr || Equals(clockSource, "Internal"),
       modeFlag != 0 && !flagCleared,

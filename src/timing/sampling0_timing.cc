@@ -105,11 +105,10 @@ int tovakSampling0Timing(const char* server, bool fromClockStart, const char* tr
 }
 
 int V2tovakSampling0Timing(const char* server, bool fromClockStart, const char* trgDtsType,
-                           const char* trgDtsHost, const char* trgModule,
-                           const char* trgOutput, unsigned int shot, unsigned short subShot,
-                           const char* clockSource, const char* preSample, int64_t sampPeriod,
-                           int64_t clockStart, int64_t* triggerTime,
-                           int64_t* firstSampleTime) {
+                           const char* trgDtsHost, const char* trgModule, const char* trgOutput,
+                           unsigned int shot, unsigned short subShot, const char* clockSource,
+                           const char* preSample, int64_t sampPeriod, int64_t clockStart,
+                           int64_t* triggerTime, int64_t* firstSampleTime) {
   return tovak::WithRemoteClient(
       server, tovak::RemoteSampling0Timing(fromClockStart, trgDtsType, trgDtsHost, trgModule,
                                            trgOutput, shot, subShot, clockSource, preSample,

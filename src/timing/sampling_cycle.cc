@@ -49,7 +49,9 @@ bool SameModule(const DtsOutput& a, const DtsOutput& b) {
          View(a.module) == View(b.module);
 }
 
-bool IsClkOut(const char* output) { return output != nullptr && strcasecmp(output, "CLK_OUT") == 0; }
+bool IsClkOut(const char* output) {
+  return output != nullptr && strcasecmp(output, "CLK_OUT") == 0;
+}
 
 // The trigger time, when the trigger is an output of the clock's module
 // whose row is there and has a base rate; otherwise it is left alone.
@@ -115,8 +117,8 @@ int DirectSamplingCycle(const char* server, const DtsOutput& clock, const DtsOut
   if (source == "Internal") {
     status = InternalClockCycle(internalClock, sampInterval, &cycle);
   } else if (source == "External") {
-    status = ExternalClockCycle(server, clock, trigger, shot, subShot, clockStart, triggerTime,
-                                &cycle);
+    status =
+        ExternalClockCycle(server, clock, trigger, shot, subShot, clockStart, triggerTime, &cycle);
   } else {
     status = TOVAK_E_NOT_SUPPORTED;
   }

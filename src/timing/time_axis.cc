@@ -75,7 +75,8 @@ template <int kBytes, int kChains, class Out>
   static_assert(kChains % 2 == 0, "floats are narrowed in pairs of vectors");
   typename V::Doubles sums[kChains];
   for (int c = 0; c < kChains; ++c) {
-    for (int i = 0; i < kLanes; ++i) sums[c][i] = start + static_cast<double>(c * kLanes + i) * period;
+    for (int i = 0; i < kLanes; ++i)
+      sums[c][i] = start + static_cast<double>(c * kLanes + i) * period;
   }
   const double stride = static_cast<double>(kStride) * period;
   int j = 0;
@@ -96,8 +97,8 @@ template <int kBytes, int kChains, class Out>
         } else if constexpr (kLanes == 4) {
           both = __builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7);
         } else {
-          both = __builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12,
-                                         13, 14, 15);
+          both = __builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13,
+                                         14, 15);
         }
         const typename V::FloatPair seconds = both / kPicosecondsPerSecondFloat;
         std::memcpy(out + j + c * kLanes, &seconds, sizeof seconds);
@@ -127,8 +128,7 @@ void FillExactBlockBase(Out* out, int length, double start, double period) {
 }
 
 template <class Out>
-[[gnu::target("avx2")]] void FillExactBlockAvx2(Out* out, int length, double start,
-                                                double period) {
+[[gnu::target("avx2")]] void FillExactBlockAvx2(Out* out, int length, double start, double period) {
   FillExactBlock<32, kChainsFor<Out>>(out, length, start, period);
 }
 
@@ -144,12 +144,9 @@ using BlockKernel = void (*)(Out*, int, double, double);
 template <class Out>
 BlockKernel<Out> KernelFor(VectorIsa isa) {
   switch (isa) {
-    case VectorIsa::kAvx512:
-      return &FillExactBlockAvx512<Out>;
-    case VectorIsa::kAvx2:
-      return &FillExactBlockAvx2<Out>;
-    case VectorIsa::kBase:
-      break;
+    case VectorIsa::kAvx512: return &FillExactBlockAvx512<Out>;
+    case VectorIsa::kAvx2: return &FillExactBlockAvx2<Out>;
+    case VectorIsa::kBase: break;
   }
   return &FillExactBlockBase<Out>;
 }
@@ -188,12 +185,9 @@ void Fill(VectorIsa isa, Out* axis, int64_t count, int64_t delay, int64_t period
 bool IsaSupported(VectorIsa isa) {
   __builtin_cpu_init();
   switch (isa) {
-    case VectorIsa::kAvx512:
-      return __builtin_cpu_supports("avx512f");
-    case VectorIsa::kAvx2:
-      return __builtin_cpu_supports("avx2");
-    case VectorIsa::kBase:
-      break;
+    case VectorIsa::kAvx512: return __builtin_cpu_supports("avx512f");
+    case VectorIsa::kAvx2: return __builtin_cpu_supports("avx2");
+    case VectorIsa::kBase: break;
   }
   return true;
 }

@@ -34,9 +34,9 @@ int ComputeTimeBase(const TimeBaseRequest& request, int* sampInterval, int64_t* 
 
 // Where and how the time base goes to the caller.
 struct TimeBaseOutputs {
-  short quiet = 0;           // 0: print "Cycle" and "Delay" on standard output
-  int doublePrecision = 0;   // non-zero: outputs are double, else float
-  int64_t sampleCount = 0;   // entries of timeAxis
+  short quiet = 0;          // 0: print "Cycle" and "Delay" on standard output
+  int doublePrecision = 0;  // non-zero: outputs are double, else float
+  int64_t sampleCount = 0;  // entries of timeAxis
   const char* preSample = nullptr;
   void* timeAxis = nullptr;  // sampleCount entries, or null
   void* cycleOut = nullptr;  // the period in seconds, or null

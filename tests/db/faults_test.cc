@@ -50,9 +50,9 @@ Lookup LinkLookup() {
   short num3, num4;
   int clock, num8, interval, hostId, preSample = -1;
   const auto start = Clock::now();
-  const int status = tovakGetDTSinfox("Magnetics", 120100, 1, 1, 3, nullptr, kind, text1, text2,
-                                      &num3, &num4, &clock, &num8, source, &preSample,
-                                      &interval, &hostId, word3);
+  const int status =
+      tovakGetDTSinfox("Magnetics", 120100, 1, 1, 3, nullptr, kind, text1, text2, &num3, &num4,
+                       &clock, &num8, source, &preSample, &interval, &hostId, word3);
   return {status, std::chrono::duration<double>(Clock::now() - start).count(), preSample};
 }
 
@@ -103,8 +103,9 @@ class Admin {
   int Session(bool lockWaiter = false, int besides = 0) {
     const std::string sql =
         "SELECT pid FROM pg_stat_activity WHERE application_name = 'tovak'"
-        " AND datname = 'index' AND pid <> " + std::to_string(besides) +
-        (lockWaiter ? " AND wait_event_type = 'Lock'" : "") + " ORDER BY backend_start DESC";
+        " AND datname = 'index' AND pid <> " +
+        std::to_string(besides) + (lockWaiter ? " AND wait_event_type = 'Lock'" : "") +
+        " ORDER BY backend_start DESC";
     return std::atoi((lockWaiter ? Await(sql) : Run(sql)).c_str());
   }
 

@@ -79,9 +79,9 @@ int ScriptedClient::Connect(const char* host, int port) {
   const auto held = [](bool has, const std::string& text) {
     return has ? std::optional(text) : std::nullopt;
   };
-  atConnect = Seen{held(hasExtraUserName(), extraUserName()),
-                   held(hasExtraKeyFile(), extraKeyFile()),
-                   held(hasExtraPassPhrase(), extraPassPhrase()), tlsEnabled};
+  atConnect =
+      Seen{held(hasExtraUserName(), extraUserName()), held(hasExtraKeyFile(), extraKeyFile()),
+           held(hasExtraPassPhrase(), extraPassPhrase()), tlsEnabled};
   if (connectResults.empty()) return connectResult;
   const int result = connectResults.front();
   connectResults.erase(connectResults.begin());
@@ -146,8 +146,8 @@ using tovak::testing::SetupDb;
 
 bool CIndexDBComm::swCloseEachTime = true;
 
-void CIndexDBComm::setup(const char* host, const char* port, const char* database,
-                         const char* user, const char* password) {
+void CIndexDBComm::setup(const char* host, const char* port, const char* database, const char* user,
+                         const char* password) {
   IndexDb().Setup(host, port, database, user, password);
 }
 
@@ -160,9 +160,7 @@ void CSetupDBComm::setupInstance(const char* host, const char* port, const char*
 
 CSetupDBComm* CSetupDBComm::getInstance() { return SetupDb().Instance(); }
 
-CmonoMirvoDataClient* CmonoMirvoDataClient::getInstance() {
-  return &tovak::testing::Client();
-}
+CmonoMirvoDataClient* CmonoMirvoDataClient::getInstance() { return &tovak::testing::Client(); }
 
 void tovakRelease() {
   ++tovak::testing::g_releaseCalls;

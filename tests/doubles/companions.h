@@ -138,7 +138,8 @@ class ScriptedConnection : public Connection {
   // A number answered by script.
   template <class Script, class... Args>
   int Number(const char* name, const Script& script, const Args&... args) {
-    return Answer(log, name, script, [](CallLog*) { return -1; }, args...);
+    return Answer(
+        log, name, script, [](CallLog*) { return -1; }, args...);
   }
 
  private:
@@ -157,9 +158,8 @@ class ScriptedIndexDb final : public ScriptedConnection<CIndexDBComm> {
   std::function<Table(int hostId, unsigned shot, unsigned subShot)> hostTable;
   // Status of get_host_name and the name it hands out (none: pointer untouched).
   std::function<std::pair<int, std::optional<std::string>>(int hostNumber)> hostName;
-  std::function<int(const std::string& name)> hostId, camacId;
-  std::function<Table(const std::string&, const std::string&, unsigned, unsigned)>
-      channelSettings;
+  std::function<int(const std::string&name)> hostId, camacId;
+  std::function<Table(const std::string&, const std::string&, unsigned, unsigned)> channelSettings;
   std::function<Table(unsigned shot, unsigned subShot)> shotRecord;
 
   int get_site_id(const char* site) override { return Number("get_site_id", siteId, site); }
@@ -178,9 +178,7 @@ class ScriptedIndexDb final : public ScriptedConnection<CIndexDBComm> {
     return Rows("get_DTSTBL", hostTable, host, shot, sub);
   }
   int get_host_name(int hostNumber, char** name) override;
-  int get_DTS_HostID(const char* name) override {
-    return Number("get_DTS_HostID", hostId, name);
-  }
+  int get_DTS_HostID(const char* name) override { return Number("get_DTS_HostID", hostId, name); }
   int get_DTS_CAMACID(const char* name) override {
     return Number("get_DTS_CAMACID", camacId, name);
   }
@@ -247,37 +245,35 @@ class ScriptedClient final : public CmonoMirvoDataClient {
     return selectSiteResult;
   }
 
-  int GetDTSinfox(const char* diag, unsigned shot, int sub, int key1, int key2,
-                  std::string& kind, std::string& text1, std::string& text2, short* num3,
-                  short* num4, int* setting, int* num8, std::string& source, int* pre,
-                  int* interval, int* clkHostId, std::string& word3) override {
-    return Op("GetDTSinfox", getDTSinfox, diag, shot, sub, key1, key2, kind, text1, text2,
-              num3, num4, setting, num8, source, pre, interval, clkHostId, word3);
+  int GetDTSinfox(const char* diag, unsigned shot, int sub, int key1, int key2, std::string& kind,
+                  std::string& text1, std::string& text2, short* num3, short* num4, int* setting,
+                  int* num8, std::string& source, int* pre, int* interval, int* clkHostId,
+                  std::string& word3) override {
+    return Op("GetDTSinfox", getDTSinfox, diag, shot, sub, key1, key2, kind, text1, text2, num3,
+              num4, setting, num8, source, pre, interval, clkHostId, word3);
   }
-  int GetDTSinfoCLK(const char* diag, unsigned shot, int sub, int key1, int key2,
-                    std::string& kind, std::string& text1, std::string& text2,
-                    std::string& text3, std::string& text4, int* setting, int* num8,
-                    std::string& source, std::string& pre, std::string& interval,
-                    std::string& clkType, std::string& clkHost,
+  int GetDTSinfoCLK(const char* diag, unsigned shot, int sub, int key1, int key2, std::string& kind,
+                    std::string& text1, std::string& text2, std::string& text3, std::string& text4,
+                    int* setting, int* num8, std::string& source, std::string& pre,
+                    std::string& interval, std::string& clkType, std::string& clkHost,
                     std::string& word3) override {
     return Op("GetDTSinfoCLK", getDTSinfoCLK, diag, shot, sub, key1, key2, kind, text1, text2,
               text3, text4, setting, num8, source, pre, interval, clkType, clkHost, word3);
   }
   int SamplingCycle(const char* clkType, const char* clkHost, const char* clkModule,
                     const char* clkOutput, const char* trgType, const char* trgHost,
-                    const char* trgModule, const char* trgOutput, int intervalIn,
-                    unsigned shot, unsigned short sub, const char* source,
-                    const char* internalClock, const char* multiplier, int* interval,
-                    int64_t* period, int64_t* clockStart, int64_t* trigger,
-                    int64_t* cycle) override {
+                    const char* trgModule, const char* trgOutput, int intervalIn, unsigned shot,
+                    unsigned short sub, const char* source, const char* internalClock,
+                    const char* multiplier, int* interval, int64_t* period, int64_t* clockStart,
+                    int64_t* trigger, int64_t* cycle) override {
     return Op("SamplingCycle", samplingCycle, clkType, clkHost, clkModule, clkOutput, trgType,
               trgHost, trgModule, trgOutput, intervalIn, shot, sub, source, internalClock,
               multiplier, interval, period, clockStart, trigger, cycle);
   }
   int Sampling0Timing(unsigned char fromClockStart, const char* trgType, const char* trgHost,
                       const char* trgModule, const char* trgOutput, unsigned shot,
-                      unsigned short sub, const char* source, const char* preSample,
-                      int64_t period, int64_t clockStart, int64_t triggerIn, int64_t* trigger,
+                      unsigned short sub, const char* source, const char* preSample, int64_t period,
+                      int64_t clockStart, int64_t triggerIn, int64_t* trigger,
                       int64_t* first) override {
     return Op("Sampling0Timing", sampling0Timing, fromClockStart, trgType, trgHost, trgModule,
               trgOutput, shot, sub, source, preSample, period, clockStart, triggerIn, trigger,
@@ -285,24 +281,23 @@ class ScriptedClient final : public CmonoMirvoDataClient {
   }
   int GetDTSdatax2(const char* trgType, const char* trgHost, const char* trgModule,
                    const char* trgOutput, const char* clkType, const char* clkHost,
-                   const char* clkModule, const char* clkOutput, int intervalIn,
-                   int64_t count, unsigned shot, unsigned short sub, const char* source,
-                   const char* internalClock, const char* multiplier, const char* preSample,
-                   int64_t lastSample, int* interval, int64_t* period,
-                   int64_t* delay) override {
+                   const char* clkModule, const char* clkOutput, int intervalIn, int64_t count,
+                   unsigned shot, unsigned short sub, const char* source, const char* internalClock,
+                   const char* multiplier, const char* preSample, int64_t lastSample, int* interval,
+                   int64_t* period, int64_t* delay) override {
     return Op("GetDTSdatax2", getDTSdatax2, trgType, trgHost, trgModule, trgOutput, clkType,
-              clkHost, clkModule, clkOutput, intervalIn, count, shot, sub, source,
-              internalClock, multiplier, preSample, lastSample, interval, period, delay);
+              clkHost, clkModule, clkOutput, intervalIn, count, shot, sub, source, internalClock,
+              multiplier, preSample, lastSample, interval, period, delay);
   }
   int GetDTSParameters(const char* dts, const char* module, unsigned shot, unsigned short sub,
                        unsigned short channel, std::string& text) override {
     return Op("GetDTSParameters", getDTSParameters, dts, module, shot, sub, channel, text);
   }
-  int GetDTSParametersCount(const char* dts, const char* module, unsigned shot,
-                            unsigned short sub, int first, int last, int* count,
-                            int* firstOut, int* lastOut, std::string& name) override {
-    return Op("GetDTSParametersCount", getDTSParametersCount, dts, module, shot, sub, first,
-              last, count, firstOut, lastOut, name);
+  int GetDTSParametersCount(const char* dts, const char* module, unsigned shot, unsigned short sub,
+                            int first, int last, int* count, int* firstOut, int* lastOut,
+                            std::string& name) override {
+    return Op("GetDTSParametersCount", getDTSParametersCount, dts, module, shot, sub, first, last,
+              count, firstOut, lastOut, name);
   }
 
  private:

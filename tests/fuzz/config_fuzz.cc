@@ -26,8 +26,8 @@ bool Trimmed(const std::string& text) {
 
 void CheckClientConfig(const std::string& text) {
   const tovak::config::ParsedConfig parsed = tovak::config::ParseConfig(text);
-  const size_t lines = std::count(text.begin(), text.end(), '\n') +
-                       (!text.empty() && text.back() != '\n');
+  const size_t lines =
+      std::count(text.begin(), text.end(), '\n') + (!text.empty() && text.back() != '\n');
   int previous = 0;
   for (int line : parsed.malformedLines) {
     FUZZ_CHECK(line > previous && static_cast<size_t>(line) <= lines);

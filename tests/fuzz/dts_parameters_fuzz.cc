@@ -38,7 +38,8 @@ long Number(const std::string& text) { return std::strtol(text.c_str(), nullptr,
 
 struct Request {
   explicit Request(const tovak::fuzz::Fields& lines)
-      : status(static_cast<int>(Number(lines[0]))), module(lines[1].c_str()),
+      : status(static_cast<int>(Number(lines[0]))),
+        module(lines[1].c_str()),
         channel(static_cast<unsigned short>(Number(lines[2]))),
         records(static_cast<unsigned short>(std::clamp(Number(lines[3]), 0L, 60L))),
         nameWidth(static_cast<int>(std::clamp(Number(lines[4]), -1L, 80L))),

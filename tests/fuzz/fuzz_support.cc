@@ -38,8 +38,7 @@ const std::string& Fields::operator[](size_t i) const {
 
 std::vector<std::string> Fields::From(size_t i) const {
   if (i >= fields_.size()) return {};
-  return std::vector<std::string>(fields_.begin() + static_cast<std::ptrdiff_t>(i),
-                                  fields_.end());
+  return std::vector<std::string>(fields_.begin() + static_cast<std::ptrdiff_t>(i), fields_.end());
 }
 
 Buffer::Buffer(size_t size) : bytes_(new char[size]), size_(size) {

@@ -94,8 +94,7 @@ inline void CheckCompanions() {
 
 // Rows written one a line, cells separated by '|', each row padded with
 // empty cells to at least columns cells.
-inline testing::Table TableOf(int status, const std::vector<std::string>& lines,
-                              size_t columns) {
+inline testing::Table TableOf(int status, const std::vector<std::string>& lines, size_t columns) {
   testing::Table table{status, {}};
   for (const std::string& line : lines) {
     table.rows.push_back(Split(line, '|'));

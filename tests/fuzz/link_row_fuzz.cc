@@ -73,10 +73,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       cWord3(kOptionsRoom);
   for (Buffer* word : {&cPre, &cInterval, &cType, &cHost, &cWord3}) word->data()[0] = '\0';
   int cSetting = -7, cNum8 = -7;
-  const int clkStatus = tovakGetDTSinfoCLK(
-      "diag", 120000, -1, 1, 2, "/ubo", cKind.data(), c1.data(), c2.data(), c3.data(), c4.data(),
-      &cSetting, &cNum8, cSource.data(), cPre.data(), cInterval.data(), cType.data(),
-      cHost.data(), cWord3.data());
+  const int clkStatus =
+      tovakGetDTSinfoCLK("diag", 120000, -1, 1, 2, "/ubo", cKind.data(), c1.data(), c2.data(),
+                         c3.data(), c4.data(), &cSetting, &cNum8, cSource.data(), cPre.data(),
+                         cInterval.data(), cType.data(), cHost.data(), cWord3.data());
 
   FUZZ_CHECK(status == clkStatus);
   FUZZ_CHECK(status == 0 || status == TOVAK_E_NOT_SUPPORTED || status == TOVAK_E_NO_DTS_INFO);
@@ -90,8 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } else {
     FUZZ_CHECK(!row.cells.empty() && interval != 0);
     FUZZ_CHECK(!kind.str().empty() && kind.str() == cKind.str());
-    FUZZ_CHECK(text1.str() == c1.str() && text2.str() == c2.str() &&
-               source.str() == cSource.str());
+    FUZZ_CHECK(text1.str() == c1.str() && text2.str() == c2.str() && source.str() == cSource.str());
     FUZZ_CHECK(num3 == static_cast<int16_t>(std::strtol(c3.str().c_str(), nullptr, 10)));
     FUZZ_CHECK(num4 == static_cast<int16_t>(std::strtol(c4.str().c_str(), nullptr, 10)));
     FUZZ_CHECK(setting == cSetting && num8 == cNum8);

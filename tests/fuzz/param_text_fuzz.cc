@@ -12,8 +12,8 @@
 namespace {
 
 using tovak::fuzz::Buffer;
-using tovak::fuzz::Entry;
 using tovak::fuzz::Entries;
+using tovak::fuzz::Entry;
 
 // A copy into buffers of nameSize and valueSize bytes holds the start of
 // the entry, NUL-terminated within the buffer.

@@ -35,12 +35,11 @@ const Database kIndex{
     IndexSetup, "INDEXSERVERNAME", IndexCalls, [](const Parts& p) {
       return Plain(p.host) && Plain(p.user) ? p.host + "/" + p.user + "::" + p.database : "";
     }};
-const Database kSetup{
-    SetupSetup, "SETUPSERVERNAME", SetupCalls, [](const Parts& p) {
-      return Plain(p.host) && Plain(p.user) && Plain(p.port) && !p.port.empty()
-                 ? p.host + "/" + p.user + ":" + p.port + ":" + p.database
-                 : "";
-    }};
+const Database kSetup{SetupSetup, "SETUPSERVERNAME", SetupCalls, [](const Parts& p) {
+                        return Plain(p.host) && Plain(p.user) && Plain(p.port) && !p.port.empty()
+                                   ? p.host + "/" + p.user + ":" + p.port + ":" + p.database
+                                   : "";
+                      }};
 
 // setenv keeps every value it was ever given, which over millions of inputs
 // looks like a leak; putenv takes a text the caller owns and frees later.

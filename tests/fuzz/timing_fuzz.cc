@@ -8,10 +8,9 @@
 // wanted; then one parameter row a line, cells separated by '|'.
 //
 // Each step answers a documented status and leaves its outputs alone when
-// it fails, and the time base in one call agrees with the two steps. The same texts and numbers feed the
-// first-sample correction too (card type: clock module line; acquisition
-// mode: trigger module line; edges: the output lines), which answers 0 for
-// any of them.
+// it fails, and the time base in one call agrees with the two steps. The same texts and numbers
+// feed the first-sample correction too (card type: clock module line; acquisition mode: trigger
+// module line; edges: the output lines), which answers 0 for any of them.
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
@@ -32,14 +31,19 @@ constexpr int64_t kLongestAxis = 64;
 
 struct Request {
   explicit Request(const tovak::fuzz::Fields& lines)
-      : clockSource(lines[0].c_str()), internalClock(lines[1].c_str()),
-        cycleMultiplier(lines[2].c_str()), clkOutput(lines[3].c_str()),
-        trgOutput(lines[4].c_str()), clkModule(lines[5].c_str()), trgModule(lines[6].c_str()),
-        preSample(lines[7].c_str()), clkDtsType(lines[8].c_str()),
+      : clockSource(lines[0].c_str()),
+        internalClock(lines[1].c_str()),
+        cycleMultiplier(lines[2].c_str()),
+        clkOutput(lines[3].c_str()),
+        trgOutput(lines[4].c_str()),
+        clkModule(lines[5].c_str()),
+        trgModule(lines[6].c_str()),
+        preSample(lines[7].c_str()),
+        clkDtsType(lines[8].c_str()),
         trgDtsType(lines[9].c_str()),
         queryStatus(static_cast<int>(std::strtol(lines[10].c_str(), nullptr, 10))),
-        axisLength(std::clamp<int64_t>(std::strtoll(lines[11].c_str(), nullptr, 10), 0,
-                                       kLongestAxis)),
+        axisLength(
+            std::clamp<int64_t>(std::strtoll(lines[11].c_str(), nullptr, 10), 0, kLongestAxis)),
         lastSample(std::strtoll(lines[12].c_str(), nullptr, 10)),
         rows(lines.From(13)) {}
   std::string clockSource, internalClock, cycleMultiplier, clkOutput, trgOutput, clkModule,
@@ -71,8 +75,8 @@ Cycle SamplingCycle(const Request& r) {
   Cycle c;
   c.status = tovakSamplingCycle(
       "/ubo", r.clkDtsType.c_str(), "dts1", r.clkModule.c_str(), r.clkOutput.c_str(),
-      r.trgDtsType.c_str(), "dts1", r.trgModule.c_str(), r.trgOutput.c_str(), &c.interval, kShot,
-      0, r.clockSource.c_str(), r.internalClock.c_str(), r.cycleMultiplier.c_str(), &c.period,
+      r.trgDtsType.c_str(), "dts1", r.trgModule.c_str(), r.trgOutput.c_str(), &c.interval, kShot, 0,
+      r.clockSource.c_str(), r.internalClock.c_str(), r.cycleMultiplier.c_str(), &c.period,
       &c.clockStart, &c.triggerTime, &c.clockCycle);
   return c;
 }
@@ -146,10 +150,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   CheckTimeBase(r, c, f, f.status);
   int64_t adjust = kUnknown;
-  FUZZ_CHECK(tovakFirstSampleAdjust(r.clkModule.c_str(), r.trgModule.c_str(),
-                                    r.clockSource.c_str(), r.queryStatus, c.period, r.lastSample,
-                                    r.clkOutput.c_str(), r.trgOutput.c_str(),
-                                    static_cast<int>(r.axisLength), &adjust) == 0);
+  FUZZ_CHECK(tovakFirstSampleAdjust(r.clkModule.c_str(), r.trgModule.c_str(), r.clockSource.c_str(),
+                                    r.queryStatus, c.period, r.lastSample, r.clkOutput.c_str(),
+                                    r.trgOutput.c_str(), static_cast<int>(r.axisLength),
+                                    &adjust) == 0);
   FUZZ_CHECK(!IndexDb().is_open());
   tovak::fuzz::CheckCompanions();
   return 0;

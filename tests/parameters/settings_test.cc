@@ -27,7 +27,8 @@ class SettingsTest : public CompanionTest {
   std::map<std::string, Table> channels{
       {"A", Table{0, {{"1", "12.5e-3", "2", "-3.5", "abc", " -7x", "4294967297", "8"}}}},
       {"C", Table{0, {std::vector<std::string>(8, "1"), std::vector<std::string>(8, "2")}}},
-      {"E", Table{0, {}}}, {"F", Table{-5, {}}}};
+      {"E", Table{0, {}}},
+      {"F", Table{-5, {}}}};
   DTSsettings* all = nullptr;
   int count = 77;
 };
@@ -54,7 +55,7 @@ TEST_F(SettingsTest, ChannelRowsByPositionAndQueryStatuses) {
 
 TEST_F(SettingsTest, CombinedSettingsOwnTheirChannels) {
   modules.rows.push_back({std::string(70, 'k'), ""});  // keys are cut to 63 characters
-  SetConfig("KOVD_GRPC", "grpc://srv:1");  // the databases are asked all the same
+  SetConfig("KOVD_GRPC", "grpc://srv:1");              // the databases are asked all the same
   ASSERT_EQ(Settings(0), 0);
   EXPECT_EQ(std::to_string(count) + all[1].module.key1 + all[1].module.key2 + all[3].module.key1,
             "4Bb" + std::string(63, 'k'));
@@ -92,12 +93,21 @@ TEST_F(SettingsTest, FailuresReleaseEverythingAndCloseOnRequest) {
 // The shot log's row is read strictly: a shot number or "" and t or f, else
 // no log; a role that is no site (no row) keeps none.
 TEST_F(CompanionTest, ShotRecordReadsTheLogRowStrictly) {
-  struct Case { Table row; int status; int64_t newest; int recorded; };
-  for (const Case& c : std::vector<Case>{
-           {{0, {{"4294967295", "t"}}}, 0, 4294967295, 1}, {{0, {{"", "f"}}}, 0, -1, 0},
-           {{-2, {}}, 0, -1, 0}, {{-1, {}}, -150, 7, 7}, {{0, {{"12x", "t"}}}, -150, 7, 7},
-           {{0, {{"4294967296", "f"}}}, -150, 7, 7}, {{0, {{"-1", "f"}}}, -150, 7, 7},
-           {{0, {{"1", "true"}}}, -150, 7, 7}, {{0, {{"1", "t"}, {"2", "t"}}}, -150, 7, 7}}) {
+  struct Case {
+    Table row;
+    int status;
+    int64_t newest;
+    int recorded;
+  };
+  for (const Case& c : std::vector<Case>{{{0, {{"4294967295", "t"}}}, 0, 4294967295, 1},
+                                         {{0, {{"", "f"}}}, 0, -1, 0},
+                                         {{-2, {}}, 0, -1, 0},
+                                         {{-1, {}}, -150, 7, 7},
+                                         {{0, {{"12x", "t"}}}, -150, 7, 7},
+                                         {{0, {{"4294967296", "f"}}}, -150, 7, 7},
+                                         {{0, {{"-1", "f"}}}, -150, 7, 7},
+                                         {{0, {{"1", "true"}}}, -150, 7, 7},
+                                         {{0, {{"1", "t"}, {"2", "t"}}}, -150, 7, 7}}) {
     IndexDb().shotRecord = [&c](auto&&...) { return c.row; };
     int64_t newest = 7;
     int recorded = 7;

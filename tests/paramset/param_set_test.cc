@@ -31,10 +31,13 @@ TEST(ParamSet, OverloadsTagAndRenderEntriesThatCopyOutBounded) {
   set.AddParam("l", LONG_MIN);
   set.AddParamTime("time", 1700000000L);
   set.AddParam(nullptr, static_cast<const char*>(nullptr));
-  EXPECT_EQ(Entries(set), (std::vector<Entry>{{"u", "4294967295", 3}, {"i", "-2147483648", 2},
-                                              {"t", "text", 1}, {"s", "1.5e-3", 6},
+  EXPECT_EQ(Entries(set), (std::vector<Entry>{{"u", "4294967295", 3},
+                                              {"i", "-2147483648", 2},
+                                              {"t", "text", 1},
+                                              {"s", "1.5e-3", 6},
                                               {"l", "-9223372036854775808", 4},
-                                              {"time", "1700000000", 5}, {"", "", 1}}));
+                                              {"time", "1700000000", 5},
+                                              {"", "", 1}}));
   char name[8] = "XXXXXXX", value[8] = "YYYYYYY";
   int tag = 0;
   ASSERT_EQ(set.GetParam(0, name, 0, nullptr, 8, nullptr), 0);  // nothing to write into
@@ -54,7 +57,7 @@ TEST(ParamSetText, RoundTripsAnyTextAndAppends) {
   }
   CParamSet back;
   ASSERT_EQ(back.PutString("CParamSet 1 1\n2 held %c3%a9%7e\n"), 0);  // lower-case hex too
-  EXPECT_EQ(back.GetString(), "CParamSet 1 1\n2 held %C3%A9~\n");  // printable ASCII only
+  EXPECT_EQ(back.GetString(), "CParamSet 1 1\n2 held %C3%A9~\n");     // printable ASCII only
   ASSERT_EQ(back.PutString(set.GetString().c_str()), 0);
   std::vector<Entry> want = Entries(set);
   want.insert(want.begin(), Entry{"held", "\xC3\xA9~", 2});
@@ -62,12 +65,21 @@ TEST(ParamSetText, RoundTripsAnyTextAndAppends) {
 }
 
 TEST(ParamSetText, MalformedTextLeavesListAsItWas) {
-  const char* bad[] = {
-      nullptr, "", "CParamSet 2 0\n", "CParamSet 1 -1\n",
-      "CParamSet 1 2\n1 a b\n", "CParamSet 1 0\n1 a b\n",  // fewer, more entries than announced
-      "CParamSet 1 1\n1 a b", "CParamSet 1 1\nx a b\n", "CParamSet 1 1\n99999999999 a b\n",
-      "CParamSet 1 1\n1 a\n", "CParamSet 1 1\n1 a b c\n", "CParamSet 1 1\n1 a\tb c\n",
-      "CParamSet 1 1\n1 a %4\n", "CParamSet 1 1\n1 a %G0\n", "CParamSet 1 1\n1 a %00\n"};
+  const char* bad[] = {nullptr,
+                       "",
+                       "CParamSet 2 0\n",
+                       "CParamSet 1 -1\n",
+                       "CParamSet 1 2\n1 a b\n",
+                       "CParamSet 1 0\n1 a b\n",  // fewer, more entries than announced
+                       "CParamSet 1 1\n1 a b",
+                       "CParamSet 1 1\nx a b\n",
+                       "CParamSet 1 1\n99999999999 a b\n",
+                       "CParamSet 1 1\n1 a\n",
+                       "CParamSet 1 1\n1 a b c\n",
+                       "CParamSet 1 1\n1 a\tb c\n",
+                       "CParamSet 1 1\n1 a %4\n",
+                       "CParamSet 1 1\n1 a %G0\n",
+                       "CParamSet 1 1\n1 a %00\n"};
   for (const char* text : bad) {
     CParamSet set;
     set.AddParam("kept", 5);

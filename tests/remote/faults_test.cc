@@ -162,7 +162,8 @@ class FaultTest : public ::testing::Test {
     setTovakProtocolV1();
     IndexNoClosing(1);
     for (const Question& question : Questions("/ubo")) {
-      if (Answer answer = question("/ubo"); answer.status == 0) known_.push_back({question, answer});
+      if (Answer answer = question("/ubo"); answer.status == 0)
+        known_.push_back({question, answer});
       if (known_.size() == 200) break;
     }
     IndexNoClosing(0);
@@ -466,8 +467,9 @@ TEST_F(FaultTest, ConnectionsThatNeverCallAreClosedAndAnIdleClientCarriesOn) {
 }
 
 TEST_F(FaultTest, OneClientsUnfinishedCallsAndIdleConnectionsLeaveAnothersLookupsAnswered) {
-  ServerProcess server(dir_, "abuse", "anonymous = allow\nmax_connection_age = 20\n"
-                                      "connection_age_grace = 1\n");
+  ServerProcess server(dir_, "abuse",
+                       "anonymous = allow\nmax_connection_age = 20\n"
+                       "connection_age_grace = 1\n");
   ASSERT_TRUE(server.listening()) << server.Log();
   const std::string address = server.Address("ubo"),
                     target = "127.0.0.1:" + std::to_string(server.port());

@@ -76,8 +76,8 @@ TEST(CallAuthTest, OnlyFreshProofsOfKnownUsersMadeForThisServerAndRequestAreAcce
 
   // The clock steps back: the server keeps its highest reading, so proofs of the old time stay out.
   CallProof late{"alice", "localhost", std::to_string(now - w - 10), RandomNonce(), "", ""};
-  late.signature = Sign(a, AuthPayload({"alice", "m", "ubo", "localhost", now - w - 10,
-                                        late.nonce, "r"}));
+  late.signature =
+      Sign(a, AuthPayload({"alice", "m", "ubo", "localhost", now - w - 10, late.nonce, "r"}));
   EXPECT_FALSE(strict.Check(late, {"m", "ubo", "r"}, now - w).allowed);
 }
 
@@ -113,27 +113,37 @@ TEST(NonceStoreTest, CapsEachUserAndKeepsItsFileAcrossRestartsForOneServerOnly) 
 TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason) {
   ServerConfig c;
   std::string error;
-  ASSERT_TRUE(ParseServerConfig("listen = [::1]:5\nworkers = 8\nanonymous = allow\nsite.UBO.index"
-                                " = i\nidle_timeout = 86400\nhandshake_timeout = 1", &c, &error));
+  ASSERT_TRUE(
+      ParseServerConfig("listen = [::1]:5\nworkers = 8\nanonymous = allow\nsite.UBO.index"
+                        " = i\nidle_timeout = 86400\nhandshake_timeout = 1",
+                        &c, &error));
   EXPECT_EQ(c.listenHost + " " + std::to_string(c.listenPort) + " " + std::to_string(c.workers) +
                 " " + c.sites.at("ubo").indexServer + (c.tls() ? " TLS" : "") + " " +
                 std::to_string(c.idleTimeoutSeconds) + " " +
                 std::to_string(c.handshakeTimeoutSeconds),
             "::1 5 8 i 86400 1");  // site names without regard to case
   EXPECT_EQ(ServerNames(c), (std::vector<std::string>{"::1", "localhost", "127.0.0.1"}));
-  ASSERT_TRUE(ParseServerConfig("listen = 0.0.0.0:5\nname = Tim.example, [::2] \nuser.a = /a\n"
-                                "site.ubo.index = i\n", &c, &error)) << error;
+  ASSERT_TRUE(
+      ParseServerConfig("listen = 0.0.0.0:5\nname = Tim.example, [::2] \nuser.a = /a\n"
+                        "site.ubo.index = i\n",
+                        &c, &error))
+      << error;
   EXPECT_EQ(ServerNames(c), (std::vector<std::string>{"tim.example", "::2"}));
 
   const std::string site = "anonymous = allow\nsite.ubo.index = /ubo\n";
   // Ranges, TLS pairs and sites are the fuzz target's properties; these are the messages.
   const std::string cases[][2] = {
-      {site + "listen = 127.0.0.1\n", "listen"}, {site + "listen = 127.0.0.1:5x\n", "listen"},
-      {site + "anonymous = maybe\n", "anonymous"}, {site + "colour = blue\n", "colour"},
-      {site + "site.ubo.database = x\n", "site.ubo.database"}, {site + "words\n", "line 3"},
-      {"site.ubo.index = /ubo\n", "nobody"}, {site + "idle_timeout = 0\n", "idle_timeout"},
+      {site + "listen = 127.0.0.1\n", "listen"},
+      {site + "listen = 127.0.0.1:5x\n", "listen"},
+      {site + "anonymous = maybe\n", "anonymous"},
+      {site + "colour = blue\n", "colour"},
+      {site + "site.ubo.database = x\n", "site.ubo.database"},
+      {site + "words\n", "line 3"},
+      {"site.ubo.index = /ubo\n", "nobody"},
+      {site + "idle_timeout = 0\n", "idle_timeout"},
       {site + "workers = 2\nworkers = 3\n", "line 4: 'workers' given twice"},
-      {site + "name = ,\n", "name"}, {site + "user.a = /a\nlisten = [::]:1\n", "name is required"},
+      {site + "name = ,\n", "name"},
+      {site + "user.a = /a\nlisten = [::]:1\n", "name is required"},
   };
   for (const auto& [text, reason] : cases) {
     EXPECT_FALSE(ParseServerConfig(text, &c, &error)) << text;

@@ -80,8 +80,9 @@ TEST_F(RemoteTest, PlainServerSelectsSitesWithoutRegardToCase) {
 
 TEST_F(RemoteTest, TlsIsChosenByTheSchemeAndVerifiesTheServer) {
   const std::string cert = MakeServerCert(dir_, "server"), other = MakeServerCert(dir_, "other");
-  ServerProcess server(dir_, "tls", "anonymous = allow\ntls_certificate = " + cert +
-                                        ".crt\ntls_key = " + cert + ".key\n");
+  ServerProcess server(
+      dir_, "tls",
+      "anonymous = allow\ntls_certificate = " + cert + ".crt\ntls_key = " + cert + ".key\n");
   ASSERT_TRUE(server.listening()) << server.Log();
   const std::tuple<const char*, std::string, int> cases[] = {
       {"grpcs", cert, 0},   {"https", cert, 0},     {"grpc", cert, -599},
@@ -128,7 +129,8 @@ TEST_F(RemoteTest, BadConfigurationsStopTheServerWithAMessage) {
   const std::string cert = MakeServerCert(dir_, "exposed");
   chmod((cert + ".key").c_str(), 0644);
   const std::string cases[][2] = {
-      {"", "nobody"}, {"user.alice = /nonexistent.pub\n", "user.alice"},
+      {"", "nobody"},
+      {"user.alice = /nonexistent.pub\n", "user.alice"},
       {"anonymous = allow\ntls_certificate = /no.crt\ntls_key = /k\n", "/no.crt"},
       {"anonymous = allow\ntls_certificate = " + cert + ".crt\ntls_key = " + cert + ".key\n",
        "tls_key: " + cert + ".key: group or others may access it (mode 0644"}};
@@ -148,10 +150,17 @@ struct SignedCall {
   SignedCall(EVP_PKEY* key, const std::string& user, const std::string& audience,
              std::string altered = "")
       : body("\x0a\x03ubo") {
-    const remote::ProofFields f{user,         "SelectSite", "ubo", audience, std::time(nullptr),
-                                remote::RandomNonce(), remote::Sha256(body)};
-    metadata = {{remote::kUserKey, user},          {remote::kAudienceKey, audience},
-                {remote::kTimeKey, std::to_string(f.time)}, {remote::kNonceKey, f.nonce},
+    const remote::ProofFields f{user,
+                                "SelectSite",
+                                "ubo",
+                                audience,
+                                std::time(nullptr),
+                                remote::RandomNonce(),
+                                remote::Sha256(body)};
+    metadata = {{remote::kUserKey, user},
+                {remote::kAudienceKey, audience},
+                {remote::kTimeKey, std::to_string(f.time)},
+                {remote::kNonceKey, f.nonce},
                 {remote::kSignatureKey, remote::Sign(key, remote::AuthPayload(f))}};
     if (!altered.empty()) body = altered;
   }
@@ -165,10 +174,10 @@ struct SignedCall {
 
 TEST_F(RemoteTest, ACallIsAnsweredOnceByTheWholeServerAndOnlyForItsRequestAndServer) {
   const TempDir& dir = dir_;
-  const PkeyPtr alice(remote::LoadPrivateKey(MakeUserKey(dir, "alice", "ED25519", "") + ".key",
-                                             nullptr, nullptr));
-  const PkeyPtr mallory(remote::LoadPrivateKey(MakeUserKey(dir, "m", "ED25519", "") + ".key",
-                                               nullptr, nullptr));
+  const PkeyPtr alice(
+      remote::LoadPrivateKey(MakeUserKey(dir, "alice", "ED25519", "") + ".key", nullptr, nullptr));
+  const PkeyPtr mallory(
+      remote::LoadPrivateKey(MakeUserKey(dir, "m", "ED25519", "") + ".key", nullptr, nullptr));
   const std::string config = "workers = 2\nnonce_file = " + dir.File("nonces") +
                              "\nuser.alice = " + dir.File("alice.pub\n");
   auto server = std::make_unique<ServerProcess>(dir, "first", config);
@@ -213,8 +222,9 @@ TEST_F(RemoteTest, TheCertificateOfATlsConnectionNamesItsUserUntilTheKeysAreRelo
                         ".crt' >> '" + key + ".key'");
     chmod((key + ".pass").c_str(), 0600);
   }
-  ServerProcess server(dir, "tls", "tls_certificate = " + cert + ".crt\ntls_key = " + cert +
-                                       ".key\nuser.alice = " + dir.File("alice.pub\n"));
+  ServerProcess server(dir, "tls",
+                       "tls_certificate = " + cert + ".crt\ntls_key = " + cert +
+                           ".key\nuser.alice = " + dir.File("alice.pub\n"));
   ASSERT_TRUE(server.listening()) << server.Log();
   setenv("TOVAK_CA_FILE", (cert + ".crt").c_str(), 1);
   setenv("TOVAK_USER", "anyone", 1);  // the certificate names the user
@@ -229,7 +239,8 @@ TEST_F(RemoteTest, TheCertificateOfATlsConnectionNamesItsUserUntilTheKeysAreRelo
   EXPECT_EQ(lookUpAs("alice"), 0);
   EXPECT_EQ(lookUpAs("mallory"), TOVAK_E_NO_REMOTE);
   EXPECT_NE(server.Log().find("user=alice site=ubo op=GetDTSParametersCount status=0"),
-            std::string::npos) << server.Log();
+            std::string::npos)
+      << server.Log();
 
   auto reload = [&](const std::string& logged) {
     server.Signal(SIGHUP);

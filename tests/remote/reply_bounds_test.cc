@@ -74,7 +74,7 @@ class FakeServer final : public v1::TimingData::Service {
 // The outputs of the lookups: 300-byte text buffers, numbers, a list.
 struct Outputs {
   std::vector<std::string> t = std::vector<std::string>(5, std::string(300, '#'));
-  short n16[3] = {-9, -9, 0};  // the count is set to 0 before it is asked
+  short n16[3] = {-9, -9, 0};            // the count is set to 0 before it is asked
   int n32[7] = {-9, -9, 2, 8, 0, 1, 0};  // channels 2 to 8; the link presets 0, 1, 0
   CParamSet list;
   bool operator==(const Outputs& o) const {

@@ -8,8 +8,14 @@ namespace {
 
 // One case per row of the card table where rows differ: card, mode, clock
 // source (null: "Internal"), flag, T, P, edge A, edge B, n, correction.
-const struct Case { const char *card, *mode, *clock; int flag; int64_t T, P; const char *edgeA, *edgeB; int n;
-                    int64_t adjust; } kCases[] = {
+const struct Case {
+  const char *card, *mode, *clock;
+  int flag;
+  int64_t T, P;
+  const char *edgeA, *edgeB;
+  int n;
+  int64_t adjust;
+} kCases[] = {
     {"we7271", "m", nullptr, 0, 10, 0, "", "", 0, -20},
     {"WE7272", "m", "External", 0, 10, 0, "", "", 0, -30},
     {"WE7273", "m", "Internal", 0, 10, 0, "", "", 0, -20},
@@ -44,9 +50,11 @@ const struct Case { const char *card, *mode, *clock; int flag; int64_t T, P; con
 TEST(FirstSampleAdjustTest, CardTable) {
   for (const Case& c : kCases) {
     int64_t adjust = -1;
-    EXPECT_EQ(tovakFirstSampleAdjust(c.card, c.mode, c.clock, c.flag, c.T, c.P, c.edgeA, c.edgeB, c.n, &adjust), 0);
-    EXPECT_EQ(adjust, c.adjust) << c.card << " " << c.mode << " f=" << c.flag << " T=" << c.T << " P=" << c.P
-                                << " " << c.edgeA << "/" << c.edgeB;
+    EXPECT_EQ(tovakFirstSampleAdjust(c.card, c.mode, c.clock, c.flag, c.T, c.P, c.edgeA, c.edgeB,
+                                     c.n, &adjust),
+              0);
+    EXPECT_EQ(adjust, c.adjust) << c.card << " " << c.mode << " f=" << c.flag << " T=" << c.T
+                                << " P=" << c.P << " " << c.edgeA << "/" << c.edgeB;
   }
   int64_t adjust = -1;  // card type or mode missing
   EXPECT_EQ(tovakFirstSampleAdjust("WE7272", nullptr, "", 0, 1, 1, "", "", 0, &adjust), -1);

@@ -11,6 +11,9 @@
 #include "doubles/companions.h"
 #include "tovak/tovak.h"
 
+// Tables laid out by hand, a row per case: the formatter leaves them alone.
+// clang-format off
+
 namespace tovak::testing {
 namespace {
 
@@ -262,3 +265,4 @@ TEST_F(SamplingTest, RemoteFormsAndTheWholeTimeBase) {
 
 }  // namespace
 }  // namespace tovak::testing
+// clang-format on

@@ -1,6 +1,5 @@
 // The tovak tool against the demo experiment: outputs, exit codes, axis files.
 #include <gtest/gtest.h>
-
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -86,7 +85,9 @@ TEST_F(CliTest, TimeBaseWithAxisFiles) {
   const Outcome plain = Run({"timebase", "Magnetics", "120100", "1", "1", "3", "--json"});
   ASSERT_EQ(plain.exitCode, 0) << plain.err;
   EXPECT_NE(plain.out.find("\"period_s\":9.9999999999999995e-07,\"delay_sample\":0,"
-                           "\"delay_s\":-1.0009999999999999"), std::string::npos) << plain.out;
+                           "\"delay_s\":-1.0009999999999999"),
+            std::string::npos)
+      << plain.out;
 
   const std::string csv = dir_ + "/axis.csv";
   const Outcome withAxis =
@@ -145,8 +146,7 @@ TEST_F(CliTest, FailuresExplainTheStatus) {
       << unsupported.err;
   const Outcome unknown = Run({"timebase", "NoSuchDiag", "120100", "1", "1", "1"});
   EXPECT_EQ(unknown.exitCode, 1);
-  EXPECT_NE(unknown.err.find("-103: site or diagnostic unknown"), std::string::npos)
-      << unknown.err;
+  EXPECT_NE(unknown.err.find("-103: site or diagnostic unknown"), std::string::npos) << unknown.err;
 }
 
 TEST_F(CliTest, UsageErrorsAndHelp) {
@@ -154,8 +154,7 @@ TEST_F(CliTest, UsageErrorsAndHelp) {
   EXPECT_EQ(Run({"link", "Magnetics", "x", "1", "1", "3"}).exitCode, 2);
   EXPECT_EQ(Run({"link", "Magnetics", "120100", "1", "1", "70000"}).exitCode, 2);
   EXPECT_EQ(Run({"link", "--bogus", "Magnetics"}).exitCode, 2);
-  EXPECT_EQ(Run({"timebase", "Magnetics", "120100", "1", "1", "3", "--axis", "a.txt"}).exitCode,
-            2);
+  EXPECT_EQ(Run({"timebase", "Magnetics", "120100", "1", "1", "3", "--axis", "a.txt"}).exitCode, 2);
   EXPECT_EQ(Run({"nonsense"}).exitCode, 2);
   for (const char* command : {"link", "clk", "cycle", "first-sample", "adjust", "timebase",
                               "params", "count", "modules", "channels", "settings"}) {
@@ -168,7 +167,11 @@ TEST_F(CliTest, UsageErrorsAndHelp) {
 // Argument vectors of every kind: the tool answers or refuses with exit 0, 1
 // or 2 and says why, in the stream or file named; it never aborts.
 TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
-  struct Case { std::vector<std::string> args; int exitCode; std::string stream, text; };
+  struct Case {
+    std::vector<std::string> args;
+    int exitCode;
+    std::string stream, text;
+  };
   auto timebase = [](std::vector<std::string> more) {
     more.insert(more.begin(), {"timebase", "Magnetics", "120100", "1", "1", "3"});
     return more;
@@ -187,7 +190,9 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
       {timebase({"--samples", "10", "--last", "2000000", "--axis", csv}), 0, csv,
        "time_s\n1999991,0.99899"},
       // An external clock has no SampInterval option.
-      {{"link", "Magnetics", "120100", "1", "1", "3"}, 0, "out",
+      {{"link", "Magnetics", "120100", "1", "1", "3"},
+       0,
+       "out",
        "sampling interval  none: no SampInterval option (external clock)"},
       {timebase({"--json"}), 0, "out", "\"samp_interval_ns\":null"},
       // Small ones.
@@ -197,23 +202,32 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
       {timebase({"--last", "-5"}), 2, "err", "--last: not an integer in [0,"},
       {{"--version"}, 0, "out", "tovak "},
       {{"--server"}, 2, "err", "option --server needs a value"},
-      {{"link", "NoSuchDiag", "120100", "1", "1", "1"}, 1, "err",
+      {{"link", "NoSuchDiag", "120100", "1", "1", "1"},
+       1,
+       "err",
        "asked for diagnostic 'NoSuchDiag' shot 120100/1 channel 1,1 (see: tovak explain -103)"},
       {{"explain", "x"}, 2, "err", "STATUS: not an integer"},
       // Shots the shot log does not hold: answered, with a warning.
-      {{"link", "Magnetics", "999999999", "1", "1", "3"}, 0, "err",
+      {{"link", "Magnetics", "999999999", "1", "1", "3"},
+       0,
+       "err",
        "warning: shot 999999999 is newer than the newest shot recorded (120100)"},
-      {{"count", "fdts01", "DMODSS0", "120100", "7"}, 0, "err",
+      {{"count", "fdts01", "DMODSS0", "120100", "7"},
+       0,
+       "err",
        "warning: shot 120100 sub-shot 7 was never recorded"},
       // The setup database follows --server; a remote one is not asked, and the tool says so.
       {{"--server", "/tsu", "modules", "Magnetics", "120100", "1"}, 0, "out", "tsu-we1"},
-      {{"--server", "grpc://[::1]:1/x", "settings", "Bolometer", "120100", "1"}, 0, "err",
+      {{"--server", "grpc://[::1]:1/x", "settings", "Bolometer", "120100", "1"},
+       0,
+       "err",
        "from the databases the configuration names"},
   };
   for (const Case& c : cases) {
     const Outcome got = Run(c.args);
-    const std::string where = c.stream == "out" ? got.out : c.stream == "err" ? got.err
-                                                                             : Slurp(c.stream);
+    const std::string where = c.stream == "out"   ? got.out
+                              : c.stream == "err" ? got.err
+                                                  : Slurp(c.stream);
     EXPECT_EQ(got.exitCode, c.exitCode) << c.args[0] << " " << got.err;
     EXPECT_NE(where.find(c.text), std::string::npos) << c.text << " in:\n" << where;
   }
@@ -230,8 +244,11 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCodeAndAMessage) {
   for (const char* command : {"link", "clk", "cycle", "first-sample", "adjust", "timebase",
                               "params", "count", "modules", "channels", "settings", "explain"}) {
     for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
-             {"--"}, {"", "", "", "", ""}, {"-1", "-1", "-1", "-1", "-1", "--last=-1"},
-             {"x", "4294967296", "65536", "1", "1", "--samples", "-1"}, {"--=", "--json"}}) {
+             {"--"},
+             {"", "", "", "", ""},
+             {"-1", "-1", "-1", "-1", "-1", "--last=-1"},
+             {"x", "4294967296", "65536", "1", "1", "--samples", "-1"},
+             {"--=", "--json"}}) {
       std::vector<std::string> args = {command};
       args.insert(args.end(), words.begin(), words.end());
       const Outcome got = Run(args);

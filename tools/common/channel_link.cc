@@ -19,11 +19,11 @@ struct Buffer {
 
 int ReadLinkNumbers(const ChannelKey& key, const char* server, LinkNumbers* link) {
   Buffer kind, t1, t2, source, word3;
-  const int status = tovakGetDTSinfox(
-      key.diag.c_str(), key.shot, key.subShot, key.chKey1, key.chKey2, server, kind.data(),
-      t1.data(), t2.data(), &link->clockOutput, &link->triggerOutput, &link->clockSetting,
-      &link->recordLength, source.data(), &link->preSample, &link->sampInterval,
-      &link->clockUnitId, word3.data());
+  const int status =
+      tovakGetDTSinfox(key.diag.c_str(), key.shot, key.subShot, key.chKey1, key.chKey2, server,
+                       kind.data(), t1.data(), t2.data(), &link->clockOutput, &link->triggerOutput,
+                       &link->clockSetting, &link->recordLength, source.data(), &link->preSample,
+                       &link->sampInterval, &link->clockUnitId, word3.data());
   if (status != 0) return status;
   link->dtsKind = kind.str();
   link->triggerUnit = t1.str();
@@ -37,8 +37,8 @@ int ReadLinkTexts(const ChannelKey& key, const char* server, LinkTexts* link) {
   Buffer kind, t1, t2, t3, t4, source, pre, interval, clkType, clkHost, word3;
   const int status = tovakGetDTSinfoCLK(
       key.diag.c_str(), key.shot, key.subShot, key.chKey1, key.chKey2, server, kind.data(),
-      t1.data(), t2.data(), t3.data(), t4.data(), &link->clockSetting, &link->num8,
-      source.data(), pre.data(), interval.data(), clkType.data(), clkHost.data(), word3.data());
+      t1.data(), t2.data(), t3.data(), t4.data(), &link->clockSetting, &link->num8, source.data(),
+      pre.data(), interval.data(), clkType.data(), clkHost.data(), word3.data());
   if (status != 0) return status;
   link->dtsKind = kind.str();
   link->text1 = t1.str();
@@ -70,23 +70,22 @@ TimingArgs FromLink(const LinkTexts& link) {
   return t;
 }
 
-int RequestTimeBase(TimingArgs& t, const ChannelKey& key, const char* server,
-                    int64_t samples, int64_t lastSample, bool single, bool withAxis,
-                    void* axis, void* cycle, void* delay) {
+int RequestTimeBase(TimingArgs& t, const ChannelKey& key, const char* server, int64_t samples,
+                    int64_t lastSample, bool single, bool withAxis, void* axis, void* cycle,
+                    void* delay) {
   double empty = 0;  // the library tells an axis from none by its pointer
   if (withAxis && axis == nullptr) axis = &empty;
   if (!withAxis) axis = nullptr;
   return tovakGetDTSdatax2_ex(
       server, t.trigger.type.c_str(), t.trigger.host.c_str(), t.trigger.module.c_str(),
-      t.trigger.output.c_str(), t.clock.type.c_str(), t.clock.host.c_str(),
-      t.clock.module.c_str(), t.clock.output.c_str(), &t.sampInterval, samples, key.shot,
+      t.trigger.output.c_str(), t.clock.type.c_str(), t.clock.host.c_str(), t.clock.module.c_str(),
+      t.clock.output.c_str(), &t.sampInterval, samples, key.shot,
       static_cast<unsigned short>(key.subShot), t.clockSource.c_str(), t.internalClock.c_str(),
-      t.cycleMultiplier.c_str(), t.preSample.c_str(), lastSample, 1, single ? 0 : 1, axis,
-      cycle, delay);
+      t.cycleMultiplier.c_str(), t.preSample.c_str(), lastSample, 1, single ? 0 : 1, axis, cycle,
+      delay);
 }
 
-int RequestSampling(TimingArgs& t, const ChannelKey& key, const char* server,
-                    SamplingTimes* out) {
+int RequestSampling(TimingArgs& t, const ChannelKey& key, const char* server, SamplingTimes* out) {
   *out = {TOVAK_TIME_UNKNOWN, TOVAK_TIME_UNKNOWN, TOVAK_TIME_UNKNOWN, TOVAK_TIME_UNKNOWN,
           TOVAK_TIME_UNKNOWN};
   const auto subShot = static_cast<unsigned short>(key.subShot);
@@ -98,8 +97,8 @@ int RequestSampling(TimingArgs& t, const ChannelKey& key, const char* server,
       &out->clockStart, &out->triggerTime, &out->clockCycle);
   if (status != 0) return status;
   return tovakSampling0Timing(server, false, t.trigger.type.c_str(), t.trigger.host.c_str(),
-                              t.trigger.module.c_str(), t.trigger.output.c_str(), key.shot,
-                              subShot, t.clockSource.c_str(), t.preSample.c_str(), out->period,
+                              t.trigger.module.c_str(), t.trigger.output.c_str(), key.shot, subShot,
+                              t.clockSource.c_str(), t.preSample.c_str(), out->period,
                               out->clockStart, &out->triggerTime, &out->firstSample);
 }
 

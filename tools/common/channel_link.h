@@ -54,9 +54,9 @@ TimingArgs FromLink(const LinkTexts& link);
 // delay is the trigger's (sample p), also for an axis of no samples, whose
 // storage may be null; without one it is sample 0's. sampInterval may be
 // updated, as the library does.
-int RequestTimeBase(TimingArgs& t, const ChannelKey& key, const char* server,
-                    int64_t samples, int64_t lastSample, bool single, bool withAxis,
-                    void* axis, void* cycle, void* delay);
+int RequestTimeBase(TimingArgs& t, const ChannelKey& key, const char* server, int64_t samples,
+                    int64_t lastSample, bool single, bool withAxis, void* axis, void* cycle,
+                    void* delay);
 
 // The steps of the time base one by one, in picoseconds: tovakSamplingCycle,
 // then tovakSampling0Timing (which looks the trigger time up unless the
@@ -65,8 +65,7 @@ int RequestTimeBase(TimingArgs& t, const ChannelKey& key, const char* server,
 struct SamplingTimes {
   int64_t period, clockCycle, clockStart, triggerTime, firstSample;
 };
-int RequestSampling(TimingArgs& t, const ChannelKey& key, const char* server,
-                    SamplingTimes* out);
+int RequestSampling(TimingArgs& t, const ChannelKey& key, const char* server, SamplingTimes* out);
 
 }  // namespace tovak::tooling
 

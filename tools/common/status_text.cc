@@ -13,7 +13,8 @@ const char* StatusText(int status) {
     case TOVAK_E_NOT_SUPPORTED:
       return "not supported: link marked notSupportedNow, or clock source neither Internal nor "
              "External, or first sample from clock start without an external clock";
-    case TOVAK_E_NO_DTS_INFO: return "no DTS information: no link row, trigger row or DTS table rows";
+    case TOVAK_E_NO_DTS_INFO:
+      return "no DTS information: no link row, trigger row or DTS table rows";
     case TOVAK_E_DTS_UNKNOWN: return "timing unit unknown to the index database";
     case TOVAK_E_NO_MODULE_ROWS: return "no DTS table rows for the module";
     case TOVAK_E_CLOCK_PARAMS: return "DTS parameters or base rate of the clock output not found";

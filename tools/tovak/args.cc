@@ -51,8 +51,7 @@ std::string Args::Text(const std::string& name, const std::string& fallback) con
   return Value(name).value_or(fallback);
 }
 
-int64_t Args::Integer(const std::string& name, int64_t fallback, int64_t min,
-                      int64_t max) const {
+int64_t Args::Integer(const std::string& name, int64_t fallback, int64_t min, int64_t max) const {
   const std::optional<std::string> value = Value(name);
   if (!value) return fallback;
   return ParseInteger(*value, ("--" + name).c_str(), min, max);

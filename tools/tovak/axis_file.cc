@@ -39,9 +39,9 @@ void Write(const std::string& path, AxisFormat format, int64_t firstSample,
   if (format == AxisFormat::kCsv) {
     std::fprintf(file.get(), "sample,time_s\n");
     for (size_t k = 0; k < axis.size(); ++k) {
-      std::fprintf(file.get(), "%lld,%.*g\n", static_cast<long long>(firstSample) +
-                   static_cast<long long>(k), sizeof(T) == 8 ? 17 : 9,
-                   static_cast<double>(axis[k]));
+      std::fprintf(file.get(), "%lld,%.*g\n",
+                   static_cast<long long>(firstSample) + static_cast<long long>(k),
+                   sizeof(T) == 8 ? 17 : 9, static_cast<double>(axis[k]));
     }
   } else {
     static_assert(std::endian::native == std::endian::little,

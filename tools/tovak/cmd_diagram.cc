@@ -24,9 +24,9 @@ void RunDiagram(const Args& args, const std::string& server, Report&) {
   const std::string diag = args.Positional(0, "DIAG");
   ShotArg(args, 1);
   SubShotArg(args, 2);
-  std::vector<std::string> words = {TOVAK_PYTHON_EXECUTABLE, "-m", "tovak.diagram", diag,
-                                    args.Positional(1, "SHOT"), args.Positional(2, "SUBSHOT"),
-                                    "-o", OutputFile(args)};
+  std::vector<std::string> words = {
+      TOVAK_PYTHON_EXECUTABLE,       "-m", "tovak.diagram", diag, args.Positional(1, "SHOT"),
+      args.Positional(2, "SUBSHOT"), "-o", OutputFile(args)};
   if (!server.empty()) words.insert(words.end(), {"--server", server});
   if (std::optional<std::string> setup = args.Value("setup-server")) {
     words.insert(words.end(), {"--setup-server", *setup});
@@ -42,7 +42,8 @@ void RunDiagram(const Args& args, const std::string& server, Report&) {
 }  // namespace
 
 void AddDiagramCommand(std::vector<Command>& commands) {
-  commands.push_back({"diagram", "timing diagram of a diagnostic's channels in a shot",
+  commands.push_back({"diagram",
+                      "timing diagram of a diagnostic's channels in a shot",
                       "diagram DIAG SHOT SUBSHOT -o FILE.png|FILE.svg [--setup-server NAME]\n"
                       "  Triggers, clocks and recorded windows of every channel on one time\n"
                       "  axis, channels with the same timing set-up grouped (docs/python.md).\n",

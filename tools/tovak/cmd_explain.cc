@@ -20,10 +20,8 @@ void RunExplain(const Args& args, const std::string&, Report& report) {
 }  // namespace
 
 void AddExplainCommand(std::vector<Command>& commands) {
-  commands.push_back({"explain", "meaning of a status the tool printed",
-                      "explain STATUS\n",
-                      {},
-                      &RunExplain});
+  commands.push_back(
+      {"explain", "meaning of a status the tool printed", "explain STATUS\n", {}, &RunExplain});
 }
 
 }  // namespace tovak::cli

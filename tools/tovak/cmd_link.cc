@@ -47,14 +47,16 @@ void RunClk(const Args& args, const std::string& server, Report& report) {
 }  // namespace
 
 void AddLinkCommands(std::vector<Command>& commands) {
-  commands.push_back({"link", "DTS link of a digitizer channel, decoded",
+  commands.push_back({"link",
+                      "DTS link of a digitizer channel, decoded",
                       "link DIAG SHOT SUBSHOT CHKEY1 CHKEY2\n"
                       "  The timing unit, clock source and sampling set-up linked to the channel,\n"
                       "  with the options decoded into numbers and the clock unit's identifier.\n",
                       {},
                       &RunLink,
                       1});
-  commands.push_back({"clk", "DTS link of a digitizer channel, as raw texts",
+  commands.push_back({"clk",
+                      "DTS link of a digitizer channel, as raw texts",
                       "clk DIAG SHOT SUBSHOT CHKEY1 CHKEY2\n"
                       "  The channel's link fields and options as stored, including the kind and\n"
                       "  name of the timing unit that supplies the clock.\n",

@@ -30,9 +30,9 @@ void RunParams(const Args& args, const std::string& server, Report& report) {
   const unsigned short channel = static_cast<unsigned short>(
       ParseInteger(args.Positional(4, "CHANNEL"), "CHANNEL", 0, USHRT_MAX));
   CParamSet params;
-  Check("getDTSParameters", getDTSParameters(server.c_str(), dts.c_str(), module.c_str(),
-                                             ShotArg(args, 2), SubShotArg(args, 3), channel,
-                                             params),
+  Check("getDTSParameters",
+        getDTSParameters(server.c_str(), dts.c_str(), module.c_str(), ShotArg(args, 2),
+                         SubShotArg(args, 3), channel, params),
         "timing unit '" + dts + "' module '" + module + "'");
   Table table{"parameters", {"name", "value", "type"}, {}};
   for (const tooling::ParameterEntry& entry : tooling::EntriesOf(params)) {
@@ -61,14 +61,16 @@ void RunCount(const Args& args, const std::string& server, Report& report) {
 }  // namespace
 
 void AddParameterCommands(std::vector<Command>& commands) {
-  commands.push_back({"params", "settings of a timing output channel",
+  commands.push_back({"params",
+                      "settings of a timing output channel",
                       "params DTS MODULE SHOT SUBSHOT CHANNEL\n"
                       "  The channel's settings as an ordered list of named values. MODULE may be\n"
                       "  NONAME when unknown; channels count from 1.\n",
                       {},
                       &RunParams,
                       2});
-  commands.push_back({"count", "parameters needed over a range of channels",
+  commands.push_back({"count",
+                      "parameters needed over a range of channels",
                       "count DTS MODULE SHOT SUBSHOT [--first N] [--last N]\n"
                       "  The largest parameter count over channels first..last (last 0: up to the\n"
                       "  module's last channel), with the module name used.\n",

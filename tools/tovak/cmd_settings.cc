@@ -1,6 +1,6 @@
 // modules, channels, settings: what a diagnostic's digitizers used in a shot.
-#include <cstdio>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -20,12 +20,12 @@ struct Owned {
 
 // The eight channel-settings columns as the index database defines them
 // (docs/database.md).
-const std::vector<std::string> kChannelColumns = {"channel",     "range_V",  "offset_V",
+const std::vector<std::string> kChannelColumns = {"channel",     "range_V",     "offset_V",
                                                   "clock_Hz",    "pre_samples", "samples",
                                                   "clock_count", "mode_flag"};
 
 std::vector<Value> ChannelRow(const DTSchSettings& c) {
-  return {int64_t{c.column0}, c.column1, c.column2, c.column3,
+  return {int64_t{c.column0}, c.column1,          c.column2,          c.column3,
           int64_t{c.column4}, int64_t{c.column5}, int64_t{c.column6}, int64_t{c.column7}};
 }
 
@@ -59,11 +59,11 @@ std::string AskedDiag(const Args& args) {
 void RunModules(const Args& args, const std::string& remoteOrIndex, Report& report) {
   const std::string server = IndexServer(remoteOrIndex, "modules");
   Owned<DTSmodule> modules;
-  Check("tovakGetDTSdiagShot",
-        tovakGetDTSdiagShot(SetupServer(args, server).c_str(), args.Positional(0, "DIAG").c_str(),
-                            ShotArg(args, 1), SubShotArg(args, 2), &modules.data, &modules.count,
-                            1),
-        AskedDiag(args));
+  Check(
+      "tovakGetDTSdiagShot",
+      tovakGetDTSdiagShot(SetupServer(args, server).c_str(), args.Positional(0, "DIAG").c_str(),
+                          ShotArg(args, 1), SubShotArg(args, 2), &modules.data, &modules.count, 1),
+      AskedDiag(args));
   Table table{"modules", {"key1", "key2"}, {}};
   for (int i = 0; i < modules.count; ++i) {
     table.rows.push_back({std::string(modules.data[i].key1), std::string(modules.data[i].key2)});
@@ -112,16 +112,22 @@ void RunSettings(const Args& args, const std::string& remoteOrIndex, Report& rep
 }  // namespace
 
 void AddSettingsCommands(std::vector<Command>& commands) {
-  commands.push_back({"modules", "digitizer modules a diagnostic used in a shot",
+  commands.push_back({"modules",
+                      "digitizer modules a diagnostic used in a shot",
                       "modules DIAG SHOT SUBSHOT [--setup-server NAME]\n"
                       "  Asks the setup database (NAME: host[/site][:port[:database]]; default\n"
                       "  --server when it names databases, else SETUPSERVERNAME).\n",
                       {{"setup-server"}, {}},
                       &RunModules,
                       1});
-  commands.push_back({"channels", "channel settings of a digitizer module",
-                      "channels KEY1 KEY2 SHOT SUBSHOT\n", {}, &RunChannels, 2});
-  commands.push_back({"settings", "modules of a diagnostic with their channel settings",
+  commands.push_back({"channels",
+                      "channel settings of a digitizer module",
+                      "channels KEY1 KEY2 SHOT SUBSHOT\n",
+                      {},
+                      &RunChannels,
+                      2});
+  commands.push_back({"settings",
+                      "modules of a diagnostic with their channel settings",
                       "settings DIAG SHOT SUBSHOT [--setup-server NAME]\n"
                       "  The setup database as for modules, the channels from --server.\n",
                       {{"setup-server"}, {}},

@@ -70,14 +70,14 @@ void RunTimeBase(const Args& args, const std::string& server, Report& report) {
   std::string delayLabel = "time of sample " + std::to_string(delaySample);
   if (axisPath && shift == 0) delayLabel += " (trigger)";
 
-  report.Add("trigger", "trigger",
-             t.trigger.type + " " + t.trigger.host + " " + t.trigger.module + " " +
-                 t.trigger.output);
+  report.Add(
+      "trigger", "trigger",
+      t.trigger.type + " " + t.trigger.host + " " + t.trigger.module + " " + t.trigger.output);
   const bool external = t.clockSource == "External";
   report.Add("clock", "clock",
-             external ? t.clock.type + " " + t.clock.host + " " + t.clock.module + " " +
-                            t.clock.output
-                      : "internal " + t.internalClock);
+             external
+                 ? t.clock.type + " " + t.clock.host + " " + t.clock.module + " " + t.clock.output
+                 : "internal " + t.internalClock);
   report.Add("samples", "samples", count);
   AddSampInterval(report, external, t.sampInterval);
   report.Add("period_s", "sampling period", single ? double{cycle32} : cycle64, "s");
@@ -95,7 +95,8 @@ void RunTimeBase(const Args& args, const std::string& server, Report& report) {
 
 void AddTimeBaseCommand(std::vector<Command>& commands) {
   commands.push_back(
-      {"timebase", "time base of a digitizer record (period, delay, time axis)",
+      {"timebase",
+       "time base of a digitizer record (period, delay, time axis)",
        "timebase DIAG SHOT SUBSHOT CHKEY1 CHKEY2 [--samples N] [--last N] [--single]\n"
        "            [--axis FILE.csv|FILE.bin]\n"
        "  Reads the channel's DTS link and computes its sampling period and delay in seconds.\n"

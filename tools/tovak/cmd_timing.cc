@@ -35,9 +35,8 @@ Unit ReadUnit(const Args& args, const std::string& prefix) {
           args.Text(prefix + "-module", ""), args.Text(prefix + "-output", "")};
 }
 
-const std::set<std::string> kUnitOptions = {
-    "clk-type", "clk-host", "clk-module", "clk-output",
-    "trg-type", "trg-host", "trg-module", "trg-output"};
+const std::set<std::string> kUnitOptions = {"clk-type", "clk-host", "clk-module", "clk-output",
+                                            "trg-type", "trg-host", "trg-module", "trg-output"};
 
 std::set<std::string> With(std::set<std::string> base, std::initializer_list<const char*> more) {
   for (const char* name : more) base.insert(name);
@@ -69,8 +68,8 @@ void RunCycle(const Args& args, const std::string& server, Report& report) {
                            clk.output.c_str(), trg.type.c_str(), trg.host.c_str(),
                            trg.module.c_str(), trg.output.c_str(), &interval, Shot(args),
                            SubShot(args), source.c_str(), args.Text("internal-clock", "").c_str(),
-                           args.Text("multiplier", "").c_str(), &period, &clockStart,
-                           &triggerTime, &cycle));
+                           args.Text("multiplier", "").c_str(), &period, &clockStart, &triggerTime,
+                           &cycle));
   AddPicoseconds(report, "clock_cycle_ps", "clock cycle", cycle);
   AddPicoseconds(report, "samp_period_ps", "sampling period", period);
   report.Add("samp_interval_ns", "sampling interval", int64_t{interval}, "ns");
@@ -84,12 +83,11 @@ void RunFirstSample(const Args& args, const std::string& server, Report& report)
   int64_t first = TOVAK_TIME_UNKNOWN;
   const std::string source = ClockSource(args, report);
   Check("tovakSampling0Timing",
-        tovakSampling0Timing(server.c_str(), args.Flag("from-clock-start"), trg.type.c_str(),
-                             trg.host.c_str(), trg.module.c_str(), trg.output.c_str(), Shot(args),
-                             SubShot(args), source.c_str(), args.Text("pre-sample", "0").c_str(),
-                             args.Integer("period", 0),
-                             args.Integer("clock-start", TOVAK_TIME_UNKNOWN), &triggerTime,
-                             &first));
+        tovakSampling0Timing(
+            server.c_str(), args.Flag("from-clock-start"), trg.type.c_str(), trg.host.c_str(),
+            trg.module.c_str(), trg.output.c_str(), Shot(args), SubShot(args), source.c_str(),
+            args.Text("pre-sample", "0").c_str(), args.Integer("period", 0),
+            args.Integer("clock-start", TOVAK_TIME_UNKNOWN), &triggerTime, &first));
   AddPicoseconds(report, "trigger_ps", "trigger time", triggerTime);
   AddPicoseconds(report, "sample0_ps", "time of sample 0", first);
 }
@@ -101,12 +99,11 @@ void RunAdjust(const Args& args, const std::string&, Report& report) {
   if (!card || !mode) throw UsageError("--card and --mode are both needed");
   int64_t adjust = 0;
   Check("tovakFirstSampleAdjust",
-        tovakFirstSampleAdjust(card->c_str(), mode->c_str(), source ? source->c_str() : nullptr,
-                               Int(args, "flag"), args.Integer("period", 0),
-                               args.Integer("clock-period", 0),
-                               args.Text("edge-a", "Rising").c_str(),
-                               args.Text("edge-b", "Rising").c_str(), Int(args, "clock-count"),
-                               &adjust));
+        tovakFirstSampleAdjust(
+            card->c_str(), mode->c_str(), source ? source->c_str() : nullptr, Int(args, "flag"),
+            args.Integer("period", 0), args.Integer("clock-period", 0),
+            args.Text("edge-a", "Rising").c_str(), args.Text("edge-b", "Rising").c_str(),
+            Int(args, "clock-count"), &adjust));
   report.Add("adjust_ps", "first-sample correction", adjust, "ps");
 }
 
@@ -116,19 +113,21 @@ void AddTimeBaseCommand(std::vector<Command>& commands);
 
 void AddTimingCommands(std::vector<Command>& commands) {
   commands.push_back(
-      {"cycle", "clock cycle, sampling period, clock start and trigger time",
+      {"cycle",
+       "clock cycle, sampling period, clock start and trigger time",
        "cycle [--clk-type T --clk-host H --clk-module M --clk-output O]\n"
        "            [--trg-type T --trg-host H --trg-module M --trg-output O]\n"
        "            [--shot N] [--subshot N] [--clock-source Internal|External]\n"
        "            [--internal-clock HZ|NNns] [--multiplier N] [--interval NS]\n"
        "  Times are picoseconds from the timing system's time zero. The clock source is\n"
        "  Internal unless --clock-source says otherwise.\n",
-       {With(kUnitOptions, {"shot", "subshot", "clock-source", "internal-clock", "multiplier",
-                            "interval"}),
+       {With(kUnitOptions,
+             {"shot", "subshot", "clock-source", "internal-clock", "multiplier", "interval"}),
         {}},
        &RunCycle});
   commands.push_back(
-      {"first-sample", "time of sample 0 from the trigger time",
+      {"first-sample",
+       "time of sample 0 from the trigger time",
        "first-sample [--trg-type T --trg-host H --trg-module M --trg-output O]\n"
        "            [--shot N] [--subshot N] [--clock-source Internal|External]\n"
        "            [--pre-sample N] [--period PS] [--clock-start PS] [--trigger-time PS]\n"
@@ -139,7 +138,8 @@ void AddTimingCommands(std::vector<Command>& commands) {
         {"from-clock-start"}},
        &RunFirstSample});
   commands.push_back(
-      {"adjust", "card-specific first-sample correction",
+      {"adjust",
+       "card-specific first-sample correction",
        "adjust --card TYPE --mode MODE [--clock-source S] [--flag N] [--period PS]\n"
        "            [--clock-period PS] [--edge-a E] [--edge-b E] [--clock-count N]\n",
        {{"card", "mode", "clock-source", "flag", "period", "clock-period", "edge-a", "edge-b",

@@ -12,10 +12,10 @@ ChannelKey ReadChannelKey(const Args& args) {
   key.shot = ShotArg(args, 1);
   key.subShot = static_cast<short>(
       ParseInteger(args.Positional(2, "SUBSHOT"), "SUBSHOT", SHRT_MIN, SHRT_MAX));
-  key.chKey1 = static_cast<short>(
-      ParseInteger(args.Positional(3, "CHKEY1"), "CHKEY1", SHRT_MIN, SHRT_MAX));
-  key.chKey2 = static_cast<short>(
-      ParseInteger(args.Positional(4, "CHKEY2"), "CHKEY2", SHRT_MIN, SHRT_MAX));
+  key.chKey1 =
+      static_cast<short>(ParseInteger(args.Positional(3, "CHKEY1"), "CHKEY1", SHRT_MIN, SHRT_MAX));
+  key.chKey2 =
+      static_cast<short>(ParseInteger(args.Positional(4, "CHKEY2"), "CHKEY2", SHRT_MIN, SHRT_MAX));
   return key;
 }
 

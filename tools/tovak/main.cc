@@ -13,7 +13,8 @@ namespace {
 constexpr char kGlobalUsage[] =
     "Global options (any command):\n"
     "  --server NAME   database server name (host[/site][::database]) or remote address\n"
-    "                  (grpc://host:port/site, grpcs://...); default: INDEXSERVERNAME or KOVD_GRPC\n"
+    "                  (grpc://host:port/site, grpcs://...); default: INDEXSERVERNAME or "
+    "KOVD_GRPC\n"
     "  --json          machine-readable output\n"
     "  --verbose       the library's diagnostic messages on standard error\n"
     "  --help          help of the command\n"

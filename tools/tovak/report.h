@@ -18,7 +18,7 @@ struct Field {
   std::string key;    // JSON key
   std::string label;  // label for people
   Value value;
-  std::string unit;   // printed after the value for people ("ps", "s", ...), alone for Null
+  std::string unit;  // printed after the value for people ("ps", "s", ...), alone for Null
 };
 
 struct Table {
