@@ -267,6 +267,7 @@ TEST_F(FaultTest, PausedServerGivesTheDeadlineAndASlowOneAnswersInTime) {
   ASSERT_EQ(Ask(address), 0);
   {
     const Stopped paused({server.group()});
+    ASSERT_TRUE(paused.ok());
     EXPECT_EQ(Ask(address, kDeadline), TOVAK_E_REMOTE_DEADLINE);
     EXPECT_EQ(Ask(address, kDeadline), TOVAK_E_NO_REMOTE);  // a new set-up gives up in time too
   }
