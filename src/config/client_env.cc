@@ -13,6 +13,7 @@
 #include "config/config_file.h"
 #include "tovak/tovak.h"
 
+namespace tovak::config {
 namespace {
 
 struct Configuration {
@@ -65,6 +66,12 @@ void LoadFile(const std::string& path) {
 }
 
 }  // namespace
+}  // namespace tovak::config
+
+using tovak::config::Configuration;
+using tovak::config::HandOut;
+using tovak::config::LoadFile;
+using tovak::config::State;
 
 void CtovakDescriptor::SetEnv() {
   const std::string path = tovak::config::FindConfigFile();

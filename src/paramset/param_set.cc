@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+namespace tovak::paramset {
 namespace {
 
 std::string TextOrEmpty(const char* text) { return text == nullptr ? std::string() : text; }
@@ -26,6 +27,11 @@ std::string Decimal(const char* format, T value) {
 }
 
 }  // namespace
+}  // namespace tovak::paramset
+
+using tovak::paramset::CopyCut;
+using tovak::paramset::Decimal;
+using tovak::paramset::TextOrEmpty;
 
 CParamSet::CParamSet() = default;
 CParamSet::CParamSet(const CParamSet&) = default;

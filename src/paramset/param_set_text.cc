@@ -16,6 +16,7 @@
 
 #include "tovak/param_set.h"
 
+namespace tovak::paramset {
 namespace {
 
 constexpr std::string_view kHeader = "CParamSet 1 ";
@@ -82,6 +83,13 @@ bool TakeUntil(std::string_view& rest, char separator, std::string_view& field) 
 }
 
 }  // namespace
+}  // namespace tovak::paramset
+
+using tovak::paramset::AppendEncoded;
+using tovak::paramset::Decode;
+using tovak::paramset::kHeader;
+using tovak::paramset::ParseDecimal;
+using tovak::paramset::TakeUntil;
 
 std::string CParamSet::GetString() const {
   std::string out(kHeader);
