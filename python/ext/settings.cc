@@ -8,25 +8,14 @@
 #include <vector>
 
 #include "call.h"
+#include "settings_arrays.h"
 #include "tovak/tovak.h"
 
 namespace tovak::python {
 namespace {
 
-// An array the library allocated with new[]; released whatever happens.
-template <class T>
-struct Owned {
-  T* data = nullptr;
-  int count = 0;
-  Owned() = default;
-  Owned(const Owned&) = delete;
-  Owned& operator=(const Owned&) = delete;
-  ~Owned() { delete[] data; }
-};
-
-struct OwnedSettings : Owned<DTSsettings> {
-  ~OwnedSettings() { cleanup_DTSsettingsArray(data, count); }
-};
+using tooling::Owned;
+using tooling::OwnedSettings;
 
 py::array_t<DTSchSettings> Channels(const DTSchSettings* rows, int count) {
   return py::array_t<DTSchSettings>(count, rows);

@@ -5,18 +5,14 @@
 #include <vector>
 
 #include "command.h"
+#include "settings_arrays.h"
 #include "tovak/tovak.h"
 
 namespace tovak::cli {
 namespace {
 
-// Arrays the library allocates with new[]; released here whatever happens.
-template <class T>
-struct Owned {
-  T* data = nullptr;
-  int count = 0;
-  ~Owned() { delete[] data; }
-};
+using tooling::Owned;
+using tooling::OwnedSettings;
 
 // The eight channel-settings columns as the index database defines them
 // (docs/database.md).
@@ -86,9 +82,7 @@ void RunChannels(const Args& args, const std::string& remoteOrIndex, Report& rep
 
 void RunSettings(const Args& args, const std::string& remoteOrIndex, Report& report) {
   const std::string server = IndexServer(remoteOrIndex, "settings");
-  struct Settings : Owned<DTSsettings> {
-    ~Settings() { cleanup_DTSsettingsArray(data, count); }
-  } settings;
+  OwnedSettings settings;
   Check("tovakGetDTSsettings",
         tovakGetDTSsettings(SetupServer(args, server).c_str(), server.c_str(),
                             args.Positional(0, "DIAG").c_str(), ShotArg(args, 1),
