@@ -80,7 +80,8 @@ struct ChannelRow {
   long Long(int column) const { return static_cast<long>(ParseInt64(Text(column))); }
 };
 
-void AppendEntries(const ChannelRow& r, CParamSet& params) {
+// The record's identity and the fixed description of a DTS channel's data.
+void AppendRecordEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("Shot", r.shot);
   params.AddParam("SubShot", static_cast<int>(r.subShot));
   params.AddParam("ChannelNumber", r.Int(kColChannel));
@@ -102,6 +103,10 @@ void AppendEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("CompressionMethod", "ZLIB");
   params.AddParam("CompLength(byte)", 0);
   params.AddParam("CRC32", 0);
+}
+
+// The card's switches, as the card type has them.
+void AppendCardEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("BaseRate", r.Int(kColBaseRate));
   params.AddParam("EventOutMode", FlagWord(r.Text(kColEventOut), "On", "Off"));
   params.AddParam("ExternalTrigger", FlagWord(r.Text(kColExternalTrigger), "Enable", "Disable"));
@@ -123,6 +128,10 @@ void AppendEntries(const ChannelRow& r, CParamSet& params) {
     params.AddParam("DvdRange", DividerRangeWord(r.Int(kColDividerRange)));
     params.AddParam("DvdMagnification", r.Int(kColDividerMagnification));
   }
+}
+
+// The output pulse, in seconds and in clock counts.
+void AppendPulseEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("DelayTime_s", r.Text(kColDelaySeconds), kTovakParamSeconds);
   params.AddParam("PulseWidth_s", r.Text(kColPulseWidthSeconds), kTovakParamSeconds);
   params.AddParam("RepetitionTime_s", r.Text(kColRepetitionSeconds), kTovakParamSeconds);
@@ -131,6 +140,13 @@ void AppendEntries(const ChannelRow& r, CParamSet& params) {
   params.AddParam("RepetitionTime", r.Long(kColRepetition));
   params.AddParam("RepetitionCount", r.Int(kColRepetitionCount));
   params.AddParam("TriggerSelect", r.Int(kColTriggerSelect));
+}
+
+// Every entry of one channel, in the order callers list them.
+void AppendEntries(const ChannelRow& r, CParamSet& params) {
+  AppendRecordEntries(r, params);
+  AppendCardEntries(r, params);
+  AppendPulseEntries(r, params);
 }
 
 int DirectDTSParameters(const char* server, const ModuleKey& key, unsigned short channel,
