@@ -41,6 +41,18 @@ void CheckLeaks() {
   if (__lsan_do_leak_check != nullptr) __lsan_do_leak_check();
 }
 
+// The signals the supervisor waits for: stop (SIGTERM, SIGINT), a child ended (SIGCHLD) and
+// reload (SIGHUP).
+sigset_t SupervisorSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGCHLD);
+  sigaddset(&signals, SIGHUP);
+  return signals;
+}
+
 // A file descriptor closed when it goes out of scope.
 class Fd {
  public:
@@ -140,12 +152,7 @@ class Supervisor {
   // arrives, and every kRestartPause in any case: signals of several children may arrive as one,
   // and a worker that failed to start is tried again.
   void Run() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGCHLD);
-    sigaddset(&signals, SIGHUP);
+    const sigset_t signals = SupervisorSignals();
     const timespec pause = {std::chrono::seconds(kRestartPause).count(), 0};
     for (;;) {
       const int signal = sigtimedwait(&signals, nullptr, &pause);
@@ -308,12 +315,7 @@ bool WritePortFile(const std::string& path, int port) {
 }
 
 void BlockStopSignals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGTERM);
-  sigaddset(&signals, SIGINT);
-  sigaddset(&signals, SIGCHLD);
-  sigaddset(&signals, SIGHUP);
+  const sigset_t signals = SupervisorSignals();
   sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
