@@ -1,9 +1,6 @@
-// Scripted companions for unit tests of the module: database connections
-// whose queries answer chosen rows and statuses, a remote client whose
-// operations answer what a test says, and a configuration held in memory.
-// They replace the real companions at link time and record every call.
-//
-// Every unscripted query or remote operation is reported as a test failure.
+// Scripted companions linked instead of the real ones: databases and a remote
+// client that answer what a test scripts and log every call, and an in-memory
+// configuration. An unscripted call fails the test.
 #ifndef TOVAK_TESTS_DOUBLES_COMPANIONS_H_
 #define TOVAK_TESTS_DOUBLES_COMPANIONS_H_
 
@@ -15,7 +12,6 @@
 #include <sstream>
 #include <string>
 #include <type_traits>
-#include <utility>
 #include <vector>
 
 #include "tovak/client_env.h"
@@ -24,34 +20,31 @@
 
 namespace tovak::testing {
 
-// Rows of a scripted query result and its status word.
 struct Table {
   int status = 0;
   std::vector<std::vector<std::string>> rows;
 };
 
-// A shared log of calls, in order: connection operations ("open", "Close",
-// "ForceClose(1)"), queries ("get_site_id(ubo)") and result deletions
-// ("delete").
+// "open", "Close", "ForceClose(1)", "get_site_id(ubo)", "delete" (a result), ...
 using CallLog = std::vector<std::string>;
 
 class ScriptedResult final : public CRDBres {
  public:
-  ScriptedResult(Table table, CallLog* log);
-  ~ScriptedResult() override;
-  int GetLines() const override;
-  // A cell outside the rows reads as "" and is counted in outOfRangeReads.
-  const char* GetValue(int row, int column) const override;
+  ScriptedResult(Table table, CallLog* log) : rows_(std::move(table.rows)), log_(log) {
+    status = table.status;
+    ++live;
+  }
+  ~ScriptedResult() override { --live, log_->push_back("delete"); }
+  int GetLines() const override { return static_cast<int>(rows_.size()); }
+  const char* GetValue(int row, int column) const override;  // outside: "", counted
 
-  static int live;             // results handed out and not yet deleted
-  static int outOfRangeReads;  // reads outside the result
+  static int live, outOfRangeReads;
 
  private:
   std::vector<std::vector<std::string>> rows_;
   CallLog* log_;
 };
 
-// A text argument as a script sees it ("<null>" for none); others as they are.
 inline std::string Arg(const char* text) { return text == nullptr ? "<null>" : text; }
 template <class T>
 const T& Arg(const T& value) {
@@ -62,95 +55,57 @@ const T& Arg(const T& value) {
 template <class... Args>
 std::string Call(const char* name, const Args&... args) {
   std::ostringstream line;
-  line << name << '(';
   const char* separator = "";
+  line << name << '(';
   ((line << separator << Arg(args), separator = ","), ...);
-  line << ')';
-  return line.str();
+  return line.str() + ')';
 }
 
-// Logs a call, then answers it with the script, or fails the test with
-// unscripted (passed the log) when there is none.
-template <class Script, class Unscripted, class... Args>
-auto Answer(CallLog& log, const char* name, const Script& script, Unscripted unscripted,
-            const Args&... args) {
-  log.push_back(Call(name, args...));
-  using Result = decltype(unscripted(&log));
-  if (!script) {
-    ADD_FAILURE() << "unscripted " << name;
-    return unscripted(&log);
-  }
-  if constexpr (std::is_pointer_v<Result>) {
-    return static_cast<Result>(new ScriptedResult(script(Arg(args)...), &log));
-  } else {
-    return static_cast<Result>(script(Arg(args)...));
-  }
-}
-
-// The parameters of one setup call of a connection.
 struct SetupCall {
   std::string host, port, database, user, password;
 };
 
-// Connection behaviour shared by both databases.
 template <class Connection>
 class ScriptedConnection : public Connection {
  public:
-  int openResult = 0;  // what open() answers
+  int openResult = 0, openCalls = 0, closeCalls = 0;
   bool connected = false;
-  int openCalls = 0, closeCalls = 0;
-  std::vector<SetupCall> setups;  // every setup() call
-  bool configured = false;        // setup() has been called: getInstance() answers
+  std::vector<SetupCall> setups;
   CallLog log;
 
   int open() override {
-    ++openCalls;
-    log.push_back("open");
+    ++openCalls, log.push_back("open");
     connected = connected || openResult == 0;
     return openResult;
   }
-  void Close() override {
-    ++closeCalls;
-    log.push_back("Close");
-    connected = connected && !ClosesOnClose();
-  }
-  void ForceClose(int force) override {
-    log.push_back(Call("ForceClose", force));
-    connected = false;
-  }
+  void Close() override { ++closeCalls, log.push_back("Close"), connected &= !ClosesOnClose(); }
+  void ForceClose(int force) override { log.push_back(Call("ForceClose", force)), connected = 0; }
   bool is_open() const override { return connected; }
-
-  // The static set-up and instance calls of the connection.
-  void Setup(const char* host, const char* port, const char* database, const char* user,
+  void Setup(const char* host, const char* port, const char* db, const char* user,
              const char* password) {
-    configured = true;
-    setups.push_back({host, port, database, user, password});
+    setups.push_back({host, port, db, user, password});
   }
-  Connection* Instance() { return configured ? this : nullptr; }
+  Connection* Instance() { return setups.empty() ? nullptr : this; }  // like the real ones
 
  protected:
   virtual bool ClosesOnClose() const { return true; }
-  // A query result answered by script.
+  // Logs the query, then answers it by script: rows as a result, or a number.
   template <class Script, class... Args>
-  CRDBres* Rows(const char* name, const Script& script, const Args&... args) {
-    return Answer(log, name, script, Failed, args...);
+  auto Ask(const char* name, const Script& script, const Args&... args) {
+    log.push_back(Call(name, args...));
+    if (!script) ADD_FAILURE() << "unscripted " << name;
+    if constexpr (std::is_same_v<decltype(script(Arg(args)...)), Table>) {
+      return static_cast<CRDBres*>(
+          new ScriptedResult(script ? script(Arg(args)...) : Table{-1, {}}, &log));
+    } else {
+      return script ? script(Arg(args)...) : -1;
+    }
   }
-  // A number answered by script.
-  template <class Script, class... Args>
-  int Number(const char* name, const Script& script, const Args&... args) {
-    return Answer(
-        log, name, script, [](CallLog*) { return -1; }, args...);
-  }
-
- private:
-  static CRDBres* Failed(CallLog* log) { return new ScriptedResult(Table{-1, {}}, log); }
 };
 
-// Queries are answered by the function of the same name; text arguments
-// arrive as std::string.
 class ScriptedIndexDb final : public ScriptedConnection<CIndexDBComm> {
  public:
-  std::function<int(const std::string& site)> siteId;
+  std::function<int(const std::string&)> siteId, hostId, camacId;
   std::function<int(const std::string& diag, int siteId)> diagId;
   std::function<Table(int, unsigned, unsigned, unsigned, unsigned)> dtsInformation;
   std::function<Table(unsigned, unsigned, int hostId, const std::string& module)> dtsParameters;
@@ -158,36 +113,33 @@ class ScriptedIndexDb final : public ScriptedConnection<CIndexDBComm> {
   std::function<Table(int hostId, unsigned shot, unsigned subShot)> hostTable;
   // Status of get_host_name and the name it hands out (none: pointer untouched).
   std::function<std::pair<int, std::optional<std::string>>(int hostNumber)> hostName;
-  std::function<int(const std::string&name)> hostId, camacId;
   std::function<Table(const std::string&, const std::string&, unsigned, unsigned)> channelSettings;
   std::function<Table(unsigned shot, unsigned subShot)> shotRecord;
 
-  int get_site_id(const char* site) override { return Number("get_site_id", siteId, site); }
-  int get_diag_id(const char* diag, int site, int* out) override;
-  CRDBres* get_DTS_information(int diag, unsigned shot, unsigned sub, unsigned key1,
-                               unsigned key2) override {
-    return Rows("get_DTS_information", dtsInformation, diag, shot, sub, key1, key2);
+  int get_site_id(const char* site) override { return Ask("get_site_id", siteId, site); }
+  int get_diag_id(const char* diag, int site, int*) override {
+    return Ask("get_diag_id", diagId, diag, site);
+  }
+  CRDBres* get_DTS_information(int d, unsigned s, unsigned sub, unsigned k1, unsigned k2) override {
+    return Ask("get_DTS_information", dtsInformation, d, s, sub, k1, k2);
   }
   CRDBres* get_DTS_parameters(unsigned shot, unsigned sub, int host, const char* m) override {
-    return Rows("get_DTS_parameters", dtsParameters, shot, sub, host, m);
+    return Ask("get_DTS_parameters", dtsParameters, shot, sub, host, m);
   }
   CRDBres* get_DTSTBL(int host, const char* m, unsigned shot, unsigned sub) override {
-    return Rows("get_DTSTBL", dtsTable, host, m, shot, sub);
+    return Ask("get_DTSTBL", dtsTable, host, m, shot, sub);
   }
   CRDBres* get_DTSTBL(int host, unsigned shot, unsigned sub) override {
-    return Rows("get_DTSTBL", hostTable, host, shot, sub);
+    return Ask("get_DTSTBL", hostTable, host, shot, sub);
   }
   int get_host_name(int hostNumber, char** name) override;
-  int get_DTS_HostID(const char* name) override { return Number("get_DTS_HostID", hostId, name); }
-  int get_DTS_CAMACID(const char* name) override {
-    return Number("get_DTS_CAMACID", camacId, name);
-  }
-  CRDBres* get_dmod_diag_shot(const char* key1, const char* key2, unsigned shot,
-                              unsigned sub) override {
-    return Rows("get_dmod_diag_shot", channelSettings, key1, key2, shot, sub);
+  int get_DTS_HostID(const char* name) override { return Ask("get_DTS_HostID", hostId, name); }
+  int get_DTS_CAMACID(const char* name) override { return Ask("get_DTS_CAMACID", camacId, name); }
+  CRDBres* get_dmod_diag_shot(const char* k1, const char* k2, unsigned s, unsigned sub) override {
+    return Ask("get_dmod_diag_shot", channelSettings, k1, k2, s, sub);
   }
   CRDBres* get_shot_record(unsigned shot, unsigned sub) override {
-    return Rows("get_shot_record", shotRecord, shot, sub);
+    return Ask("get_shot_record", shotRecord, shot, sub);
   }
 
  private:
@@ -199,7 +151,7 @@ class ScriptedSetupDb final : public ScriptedConnection<CSetupDBComm> {
   std::function<Table(const std::string& diag, unsigned shot, unsigned subShot)> modules;
 
   CRDBres* get_dmod_diag_shot(const char* diag, unsigned shot, unsigned sub) override {
-    return Rows("get_dmod_diag_shot", modules, diag, shot, sub);
+    return Ask("get_dmod_diag_shot", modules, diag, shot, sub);
   }
 };
 
@@ -213,22 +165,16 @@ struct FunctionOf<Result (Class::*)(Args...)> {
 template <auto member>
 using Scripted = typename FunctionOf<decltype(member)>::type;
 
-// Operations are answered by the member of the same name, with the
-// arguments as they come; the log records the operation's name alone.
+// Operations are answered by the member of the same name; the log records
+// "Connect(srv,50051)", "SelectSite(ubo,0)", "Disconnect" and operation names.
 class ScriptedClient final : public CmonoMirvoDataClient {
  public:
-  // Connect answers connectResults in order, then connectResult.
-  std::vector<int> connectResults;
-  int connectResult = 0;
-  int selectSiteResult = 0;
-  CallLog log;  // "Connect(srv,50051)", "SelectSite(ubo,0)", "Disconnect", operations
-
-  // Credentials and TLS flag as they were at the last Connect.
-  struct Seen {
+  int connectResult = 0, selectSiteResult = 0;
+  CallLog log;
+  struct Seen {  // credentials and TLS flag at the last Connect
     std::optional<std::string> user, keyFile, passPhrase;
     int tls = 0;
-  };
-  Seen atConnect;
+  } atConnect;
 
   Scripted<&CmirvoClient::GetDTSinfox> getDTSinfox;
   Scripted<&CmirvoClient::GetDTSinfoCLK> getDTSinfoCLK;
@@ -244,7 +190,6 @@ class ScriptedClient final : public CmonoMirvoDataClient {
     log.push_back(Call("SelectSite", site, option));
     return selectSiteResult;
   }
-
   int GetDTSinfox(const char* diag, unsigned shot, int sub, int key1, int key2, std::string& kind,
                   std::string& text1, std::string& text2, short* num3, short* num4, int* setting,
                   int* num8, std::string& source, int* pre, int* interval, int* clkHostId,
@@ -310,30 +255,29 @@ class ScriptedClient final : public CmonoMirvoDataClient {
   }
 };
 
-// The scripted singletons (created on first use; the connections answer
-// getInstance() only after their setup call, like the real ones).
+// The singletons, created on first use.
 ScriptedIndexDb& IndexDb();
 ScriptedSetupDb& SetupDb();
 ScriptedClient& Client();
 
-// Library configuration seen by CClientEnvironment::getEnv.
+// Configuration seen by CClientEnvironment::getEnv.
 void SetConfig(const std::string& key, const std::string& value);
 void UnsetConfig(const std::string& key);
 int SetEnvCalls();
-
 int ReleaseCalls();  // calls of tovakRelease()
 
-// Back to the state of a freshly loaded library: protocol undecided, no
-// remote server, verbose off, closing after each call, no singletons, empty
-// configuration, counters at zero.
+// Back to a freshly loaded library: protocol undecided, no remote server,
+// verbose off, closing after each call, no singletons or configuration.
 void ResetCompanions();
 
-// Fixture that resets the companions before each test and checks after it
-// that every query result was deleted and nothing was read outside one.
+// Resets before each test; after it, every result deleted and none read outside.
 class CompanionTest : public ::testing::Test {
  protected:
-  void SetUp() override;
-  void TearDown() override;
+  void SetUp() override { ResetCompanions(); }
+  void TearDown() override {
+    EXPECT_EQ(ScriptedResult::live, 0) << "query results not deleted";
+    EXPECT_EQ(ScriptedResult::outOfRangeReads, 0) << "cells read outside a query result";
+  }
 };
 
 }  // namespace tovak::testing
