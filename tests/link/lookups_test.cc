@@ -1,26 +1,57 @@
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "doubles/companions.h"
-#include "link/link_calls.h"
+#include "tovak/tovak.h"
+
+// Tables laid out by hand, a row per case: the formatter leaves them alone.
+// clang-format off
 
 namespace tovak::testing {
 namespace {
 
-const Channel kChannel{"diag", 100, 2, 3, -4, "dbhost/UBO::index"};
-const Channel kRemote{"diag", 100, 2, 3, -4, "grpc://srv:5/ubo"};
-// A link row with the given options, and its outputs before the options' ones.
-std::vector<std::string> Row(const std::string& options) {
-  return {"FPGA-DTS", "t1", "t2", "3", "4", "5", "Internal", "7", "8", options};
+struct Channel {
+  const char* diag;
+  unsigned shot;
+  short sub, key1, key2;
+  const char* server;
+};
+const Channel kChannel{"diag", 100, 2, 3, -4, "dbhost/UBO::index"}, kRemote{"diag", 100, 2, 3, -4, "grpc://srv:5/ubo"};
+
+template <class... T>
+std::string Join(const T&... values) {
+  std::ostringstream out;
+  ((out << values << '|'), ...);
+  return out.str();
 }
-const std::string kPlain = "FPGA-DTS|t1|t2|3|4|7|8|Internal|";
+
+// The outputs of a lookup in argument order, then its status. Texts start as "-" and numbers
+// as -9: an output the call did not write shows so.
+struct Outputs {
+  char t[11][TOVAK_TEXT_BUFFER_SIZE] = {"-", "-", "-", "-", "-", "-", "-", "-", "-", "-", "-"};
+  short n3 = -9, n4 = -9;
+  int setting = -9, n8 = -9, pre = -9, interval = -9, host = -9;
+};
+std::string Infox(const Channel& c) {  // kind|text1|text2|num3|num4|setting|num8|source|pre|interval|hostId|word3
+  Outputs o;
+  const int status = tovakGetDTSinfox(c.diag, c.shot, c.sub, c.key1, c.key2, c.server, o.t[0], o.t[1], o.t[2], &o.n3,
+                                      &o.n4, &o.setting, &o.n8, o.t[3], &o.pre, &o.interval, &o.host, o.t[4]);
+  return Join(o.t[0], o.t[1], o.t[2], o.n3, o.n4, o.setting, o.n8, o.t[3], o.pre, o.interval, o.host, o.t[4], status);
+}
+std::string InfoClk(const Channel& c) {  // kind|text1..4|setting|num8|source|pre|interval|type|host|word3
+  Outputs o;
+  const int status = tovakGetDTSinfoCLK(c.diag, c.shot, c.sub, c.key1, c.key2, c.server, o.t[0], o.t[1], o.t[2],
+                                        o.t[3], o.t[4], &o.setting, &o.n8, o.t[5], o.t[6], o.t[7], o.t[8], o.t[9], o.t[10]);
+  return Join(o.t[0], o.t[1], o.t[2], o.t[3], o.t[4], o.setting, o.n8, o.t[5], o.t[6], o.t[7], o.t[8], o.t[9], o.t[10],
+              status);
+}
 
 // The outputs of a lookup of kChannel, then what it wrote to standard error.
-template <class Lookup>
-std::string WithStderr(Lookup lookup, bool verbose) {
+std::string WithStderr(std::string (*lookup)(const Channel&), bool verbose) {
   set_tovak_t_verbose(verbose);
   ::testing::internal::CaptureStderr();
   const std::string outputs = lookup(kChannel);
@@ -28,7 +59,7 @@ std::string WithStderr(Lookup lookup, bool verbose) {
   return outputs + ::testing::internal::GetCapturedStderr();
 }
 
-// Site "ubo" has id 3, diagnostic "diag" id 0; the link query answers Answer's row.
+// Site "ubo" has id siteId, diagnostic "diag" id diagId; the link query answers Answer's table.
 class LinkTest : public CompanionTest {
  protected:
   void SetUp() override {
@@ -36,90 +67,67 @@ class LinkTest : public CompanionTest {
     IndexDb().siteId = [this](const std::string&) { return siteId; };
     IndexDb().diagId = [this](const std::string&, int) { return diagId; };
   }
-  void Answer(const Table& table) {
-    IndexDb().dtsInformation = [table](int, unsigned, unsigned, unsigned, unsigned) {
-      return table;
-    };
-  }
+  void Answer(const Table& table) { IndexDb().dtsInformation = [table](auto...) { return table; }; }
   int siteId = 3, diagId = 0;
 };
 
 TEST_F(LinkTest, RowReadThenDeletedBeforeClosing) {
-  Answer({-3,  // any status but -1 and -2 is read
-          {{" VME-DTS ", "  a b ", "", "70000", " 12abc", "55", " External ", "77", "-8",
-            "  PreSample 70000 "}}});
-  EXPECT_EQ(Infox({"diag", 100, -1, 3, -4, kChannel.server}),
-            "VME|a b||4464|12|55|-8|External|70000|1|0|-|0|");
-  EXPECT_EQ(IndexDb().log,
-            (std::vector<std::string>{"open", "get_site_id(ubo)", "get_diag_id(diag,3,null)",
-                                      "get_DTS_information(0,100,4294967295,3,4294967292)",
-                                      "delete", "Close"}));
-  EXPECT_EQ(InfoClk(kChannel), "VME|a b||70000|12abc|55|-8|External|70000|-|-|-|-|0|");
+  Answer({-3, {{" VME-DTS ", "  a b ", "", "70000", " 12abc", "55", " External ", "77", "-8", "  PreSample 70000 "}}});
+  EXPECT_EQ(Infox({"diag", 100, -1, 3, -4, kChannel.server}), "VME|a b||4464|12|55|-8|External|70000|1|0|-|0|");
+  EXPECT_EQ(IndexDb().log, (CallLog{"open", "get_site_id(ubo)", "get_diag_id(diag,3)",
+                                    "get_DTS_information(0,100,4294967295,3,4294967292)", "delete", "Close"}));
+  EXPECT_EQ(InfoClk(kChannel), "VME|a b||70000|12abc|55|-8|External|70000|-|-|-|-|0|");  // any status but -1, -2 is read
 }
 
 TEST_F(LinkTest, OptionsText) {
   IndexDb().hostId = [](const std::string& name) { return name == "m1" ? 41 : -5; };
   IndexDb().camacId = [](const std::string&) { return 42; };
-  const std::string w64(64, '1');  // one character more than the word buffer holds
-  // Options, then the ends of both lookups' outputs (see link_calls.h).
-  const struct {
-    std::string options, infox, clk;
-  } cases[] = {
+  const std::string w64(64, '1'), x240(240, 'x');  // w64: one character more than the word buffer holds
+  const std::string kPlain = "FPGA-DTS|t1|t2|3|4|7|8|Internal|";
+  // Options, then the ends of both lookups' outputs.
+  const struct { std::string options, infox, clk; } cases[] = {
       {"", "0|1|0|-|0|", "-|-|-|-|-|0|"},
       {"x PreSample 7 SampInterval 0 PreSample 3", "3|1|0|-|0|", "3|0|-|-|-|0|"},
       {"ClkDTS CAMAC c3 K PreSample 0100", "100|1|42|K|0|", "0100|-|CAMAC|c3|K|0|"},
       {"ClkDTS FPGA nobody W ClkDTS", "0|1|-5|W|0|", "-|-|FPGA|nobody|W|0|"},
       {"ClkDTS VME-DTS m1 Y SampInterval -6", "0|-6|0|Y|0|", "-|-6|VME-DTS|m1|Y|0|"},
       {"PreSample 4 SampInterval 4294967296 PreSample", "4|1|0|-|0|", "4|4294967296|-|-|-|0|"},
-      {"PreSample " + w64 + " ClkDTS VME " + w64 + " W", "0|1|0|W|0|",
-       w64 + "|-|VME|" + w64 + "|W|0|"},
+      {"PreSample " + w64 + " ClkDTS VME " + w64 + " W", "0|1|0|W|0|", w64 + "|-|VME|" + w64 + "|W|0|"},
       // Cut at 255: a word ending there is read, a group the cut splits sets nothing.
-      {std::string(240, 'x') + " PreSample 1234", "1234|1|0|-|0|", "1234|-|-|-|-|0|"},
-      {std::string(240, 'x') + " PreSample 12345", "0|1|0|-|0|", "-|-|-|-|-|0|"},
-      {std::string(240, 'x') + " ClkDTS VME m1 " + w64, "0|1|0|-|0|", "-|-|-|-|-|0|"},
-      // A ClkDTS without its name leaves the earlier one whole.
-      {"ClkDTS VME m1 W ClkDTS CAMAC", "0|1|41|W|0|", "-|-|VME|m1|W|0|"},
+      {x240 + " PreSample 1234", "1234|1|0|-|0|", "1234|-|-|-|-|0|"}, {x240 + " PreSample 12345", "0|1|0|-|0|", "-|-|-|-|-|0|"},
+      {x240 + " ClkDTS VME m1 " + w64, "0|1|0|-|0|", "-|-|-|-|-|0|"},
+      {"ClkDTS VME m1 W ClkDTS CAMAC", "0|1|41|W|0|", "-|-|VME|m1|W|0|"},  // a ClkDTS without its name: the earlier stays
       {"notSupportedNow PreSample 5 ClkDTS VME m1 W", "5|1|41|W|-53|", "5|-|VME|m1|W|-53|"},
       // One separator counted per word: extra blanks set the reading position back.
-      {"a   PreSample 5", "0|1|0|-|0|", "e|-|-|-|-|0|"},
-      {"a  ClkDTS VME m1 W PreSample 57", "57|1|41|W|0|", "57|-|VME|m1|W|0|"},
+      {"a   PreSample 5", "0|1|0|-|0|", "e|-|-|-|-|0|"}, {"a  ClkDTS VME m1 W PreSample 57", "57|1|41|W|0|", "57|-|VME|m1|W|0|"},
       // White space to the end of a long cell is passed over once, not at every position.
       {"PreSample 5" + std::string(1 << 20, '\t'), "5|1|0|-|0|", "5|-|-|-|-|0|"},
       {"PreSample xy SampInterval a ClkDTS  5  xy ClkDTS", "0|1|0|y|0|", "xy|a|5|xy|y|0|"},
-      {"PreSample\t\t5 SampInterval", "5|1|0|-|0|", "5|-|-|-|-|0|"},
-  };
+      {"PreSample\t\t5 SampInterval", "5|1|0|-|0|", "5|-|-|-|-|0|"}};
   for (const auto& c : cases) {
-    Answer({0, {Row(c.options)}});
-    EXPECT_EQ(Infox(kChannel), kPlain + c.infox) << c.options;
-    EXPECT_EQ(InfoClk(kChannel), kPlain + c.clk) << c.options;
+    Answer({0, {{"FPGA-DTS", "t1", "t2", "3", "4", "5", "Internal", "7", "8", c.options}}});
+    EXPECT_EQ(Infox(kChannel) + InfoClk(kChannel), kPlain + c.infox + kPlain + c.clk) << c.options;
   }
-  Answer({0, {Row("notSupportedNow x notSupportedNow")}});
-  EXPECT_EQ(WithStderr(Infox, true), kPlain + "0|1|0|-|-53|Not Supported DTS information.\n" +
-                                         "Not Supported DTS information.\n");
+  Answer({0, {{"FPGA-DTS", "t1", "t2", "3", "4", "5", "Internal", "7", "8", "notSupportedNow x notSupportedNow"}}});
+  EXPECT_EQ(WithStderr(Infox, true), kPlain + "0|1|0|-|-53|" + "Not Supported DTS information.\n" + "Not Supported DTS information.\n");
 }
 
 // Failures in the order they are checked: only the decoding lookup's defaults are written.
 TEST_F(LinkTest, Failures) {
-  const std::string noLink = "No DTS link information.\n";
-  const std::string unknown = "No diag name in database [diag] site[ubo]\n";
-  const struct {
-    int site, diag, link, open, status, calls;
-    std::string message;
-  } cases[] = {{3, 0, -2, 0, -54, 6, noLink},   {3, 0, -1, 0, -54, 6, noLink},
-               {3, 0, 0, 0, -54, 6, noLink},  // status 0 without a row
-               {3, -1, 0, 0, -103, 4, unknown}, {0, 0, 0, 0, -103, 3, unknown},
-               {3, 0, 0, 1, -102, 2, ""}};
+  const std::string noLink = "No DTS link information.\n", unknown = "No diag name in database [diag] site[ubo]\n";
+  const struct { int site, diag, link, open, status, calls; std::string message; } cases[] = {
+      {3, 0, -2, 0, -54, 6, noLink}, {3, 0, -1, 0, -54, 6, noLink}, {3, 0, 0, 0, -54, 6, noLink} /* status 0, no row */,
+      {3, -1, 0, 0, -103, 4, unknown}, {0, 0, 0, 0, -103, 3, unknown}, {3, 0, 0, 1, -102, 2, ""}};
   for (const auto& c : cases) {
-    siteId = c.site;
-    diagId = c.diag;
-    IndexDb().openResult = c.open;
+    std::tie(siteId, diagId, IndexDb().openResult) = std::tuple(c.site, c.diag, c.open);
     IndexDb().log.clear();
     Answer({c.link, {}});
     const std::string status = std::to_string(c.status) + "|";
-    EXPECT_EQ(WithStderr(Infox, true), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|" + status + c.message);
-    EXPECT_EQ(IndexDb().log.size(), static_cast<size_t>(c.calls));
-    EXPECT_EQ(IndexDb().log.back(), "Close");
-    EXPECT_EQ(WithStderr(InfoClk, false), "-|-|-|-|-|-9|-9|-|-|-|-|-|-|" + status);
+    std::string seen = WithStderr(Infox, true);
+    seen += WithStderr(InfoClk, false);
+    seen += IndexDb().log.back() + std::to_string(IndexDb().log.size());
+    EXPECT_EQ(seen, "-|-|-|-9|-9|-9|-9|-|0|1|0|-|" + status + c.message + "-|-|-|-|-|-9|-9|-|-|-|-|-|-|" + status + "Close" +
+                        std::to_string(c.calls * 2));
   }
 }
 
@@ -128,8 +136,7 @@ void Fill(const void*, int&) {}  // numbers are left as they are
 
 TEST_F(LinkTest, RemoteTextsCopiedOnlyOnSuccess) {
   int answer = 0;  // the client's status; 1: it throws
-  const auto client = [&answer](const char* diag, unsigned shot, int sub, int k1, int k2,
-                                auto&&... outputs) {
+  const auto client = [&answer](const char* diag, unsigned shot, int sub, int k1, int k2, auto&&... outputs) {
     EXPECT_EQ(Join(diag, shot, sub, k1, k2), "diag|100|2|3|-4|");
     int n = 0;
     (Fill(outputs, n), ...);
@@ -138,18 +145,16 @@ TEST_F(LinkTest, RemoteTextsCopiedOnlyOnSuccess) {
   };
   Client().getDTSinfox = client;
   Client().getDTSinfoCLK = client;
-  EXPECT_EQ(InfoClk(kRemote), "r0|r1|r2|r3|r4|-9|-9|r5|r6|r7|r8|r9|r10|0|");
-  EXPECT_EQ(Infox(kRemote), "r0|r1|r2|-9|-9|-9|-9|r3|0|1|0|r4|0|");
+  EXPECT_EQ(InfoClk(kRemote) + Infox(kRemote), "r0|r1|r2|r3|r4|-9|-9|r5|r6|r7|r8|r9|r10|0|r0|r1|r2|-9|-9|-9|-9|r3|0|1|0|r4|0|");
   answer = -54;
-  EXPECT_EQ(Infox(kRemote), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|-54|");
-  EXPECT_EQ(InfoClk(kRemote), "-|-|-|-|-|-9|-9|-|-|-|-|-|-|-54|");
+  EXPECT_EQ(Infox(kRemote) + InfoClk(kRemote), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|-54|-|-|-|-|-|-9|-9|-|-|-|-|-|-|-54|");
   answer = 1;
   EXPECT_THROW(Infox(kRemote), std::runtime_error);
   EXPECT_THROW(InfoClk(kRemote), std::runtime_error);
   Client().connectResult = 2;
-  EXPECT_EQ(Infox(kRemote), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|-599|");
-  EXPECT_EQ(InfoClk(kRemote), "-|-|-|-|-|-9|-9|-|-|-|-|-|-|-599|");
+  EXPECT_EQ(Infox(kRemote) + InfoClk(kRemote), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|-599|-|-|-|-|-|-9|-9|-|-|-|-|-|-|-599|");
 }
 
 }  // namespace
 }  // namespace tovak::testing
+// clang-format on
