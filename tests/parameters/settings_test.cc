@@ -1,4 +1,3 @@
-// Modules a diagnostic used and their channel settings, as caller-owned arrays.
 #include <map>
 #include <memory>
 #include <string>
@@ -6,6 +5,9 @@
 
 #include "doubles/companions.h"
 #include "tovak/tovak.h"
+
+// Tables laid out by hand, a row per case: the formatter leaves them alone.
+// clang-format off
 
 namespace tovak::testing {
 namespace {
@@ -16,19 +18,13 @@ class SettingsTest : public CompanionTest {
   void SetUp() override {
     CompanionTest::SetUp();
     SetupDb().modules = [this](auto&&...) { return modules; };
-    IndexDb().channelSettings = [this](const std::string& key1, auto&&...) {
-      return channels.count(key1) ? channels[key1] : Table{-2, {}};
-    };
+    IndexDb().channelSettings = [this](const std::string& key1, auto&&...) { return channels.count(key1) ? channels[key1] : Table{-2, {}}; };
   }
-  int Settings(int close) {
-    return tovakGetDTSsettings("setup", "idx", "diag", 10, 1, &all, &count, close);
-  }
+  int Settings(int close) { return tovakGetDTSsettings("setup", "idx", "diag", 10, 1, &all, &count, close); }
   Table modules{0, {{"A", "a"}, {"B", "b"}, {"C", "c"}}};
-  std::map<std::string, Table> channels{
-      {"A", Table{0, {{"1", "12.5e-3", "2", "-3.5", "abc", " -7x", "4294967297", "8"}}}},
-      {"C", Table{0, {std::vector<std::string>(8, "1"), std::vector<std::string>(8, "2")}}},
-      {"E", Table{0, {}}},
-      {"F", Table{-5, {}}}};
+  std::map<std::string, Table> channels{{"A", Table{0, {{"1", "12.5e-3", "2", "-3.5", "abc", " -7x", "4294967297", "8"}}}},
+                                        {"C", Table{0, {std::vector<std::string>(8, "1"), std::vector<std::string>(8, "2")}}},
+                                        {"E", Table{0, {}}}, {"F", Table{-5, {}}}};
   DTSsettings* all = nullptr;
   int count = 77;
 };
@@ -37,9 +33,8 @@ TEST_F(SettingsTest, ChannelRowsByPositionAndQueryStatuses) {
   DTSchSettings* ch = nullptr;
   ASSERT_EQ(tovakGetDTSchSettings("idx", "A", "k", 10, 1, &ch, &count, 0), 0);
   const std::unique_ptr<DTSchSettings[]> owned(ch);
-  EXPECT_EQ(std::vector<double>({1.0 * count, 1.0 * ch->column0, ch->column1, ch->column2,
-                                 ch->column3, 1.0 * ch->column4, 1.0 * ch->column5,
-                                 1.0 * ch->column6, 1.0 * ch->column7}),
+  EXPECT_EQ(std::vector<double>({1.0 * count, 1.0 * ch->column0, ch->column1, ch->column2, ch->column3, 1.0 * ch->column4,
+                                 1.0 * ch->column5, 1.0 * ch->column6, 1.0 * ch->column7}),
             std::vector<double>({1, 1, 0.0125, 2, -3.5, 0, -7, 1, 8}));  // column6: low 32 bits
   EXPECT_EQ(IndexDb().log, (CallLog{"open", "get_dmod_diag_shot(A,k,10,1)", "delete"}));
   std::tie(ch, count) = std::pair(owned.get(), 33);
@@ -57,8 +52,7 @@ TEST_F(SettingsTest, CombinedSettingsOwnTheirChannels) {
   modules.rows.push_back({std::string(70, 'k'), ""});  // keys are cut to 63 characters
   SetConfig("KOVD_GRPC", "grpc://srv:1");              // the databases are asked all the same
   ASSERT_EQ(Settings(0), 0);
-  EXPECT_EQ(std::to_string(count) + all[1].module.key1 + all[1].module.key2 + all[3].module.key1,
-            "4Bb" + std::string(63, 'k'));
+  EXPECT_EQ(std::to_string(count) + all[1].module.key1 + all[1].module.key2 + all[3].module.key1, "4Bb" + std::string(63, 'k'));
   EXPECT_TRUE(all[0].chCount == 1 && all[2].chCount == 2 && all[2].chSettings[1].column0 == 2);
   EXPECT_TRUE(all[1].chCount == 0 && all[1].chSettings == nullptr);  // B: no rows (-2)
   EXPECT_EQ(SetupDb().log, (CallLog{"open", "get_dmod_diag_shot(diag,10,1)", "delete"}));
@@ -73,8 +67,7 @@ TEST_F(SettingsTest, FailuresReleaseEverythingAndCloseOnRequest) {
   channels["B"] = Table{-1, {}};
   EXPECT_EQ(Settings(1), -1);
   EXPECT_EQ(SetupDb().log.back(), "Close");  // module C is never asked for once B failed
-  EXPECT_EQ(IndexDb().log, (CallLog{"open", "get_dmod_diag_shot(A,a,10,1)", "delete",
-                                    "get_dmod_diag_shot(B,b,10,1)", "delete", "Close"}));
+  EXPECT_EQ(IndexDb().log, (CallLog{"open", "get_dmod_diag_shot(A,a,10,1)", "delete", "get_dmod_diag_shot(B,b,10,1)", "delete", "Close"}));
   modules = Table{-4, {}};
   EXPECT_EQ(Settings(1), -4);
   EXPECT_EQ(SetupDb().closeCalls + IndexDb().closeCalls, 4);
@@ -90,34 +83,22 @@ TEST_F(SettingsTest, FailuresReleaseEverythingAndCloseOnRequest) {
   EXPECT_EQ(cleanup_DTSsettingsArray(records, 2) + cleanup_DTSsettingsArray(nullptr, 5), 0);
 }
 
-// The shot log's row is read strictly: a shot number or "" and t or f, else
-// no log; a role that is no site (no row) keeps none.
+// The shot log's row is read strictly (a shot number or "", and t or f), else no log; no row keeps none.
 TEST_F(CompanionTest, ShotRecordReadsTheLogRowStrictly) {
-  struct Case {
-    Table row;
-    int status;
-    int64_t newest;
-    int recorded;
-  };
-  for (const Case& c : std::vector<Case>{{{0, {{"4294967295", "t"}}}, 0, 4294967295, 1},
-                                         {{0, {{"", "f"}}}, 0, -1, 0},
-                                         {{-2, {}}, 0, -1, 0},
-                                         {{-1, {}}, -150, 7, 7},
-                                         {{0, {{"12x", "t"}}}, -150, 7, 7},
-                                         {{0, {{"4294967296", "f"}}}, -150, 7, 7},
-                                         {{0, {{"-1", "f"}}}, -150, 7, 7},
-                                         {{0, {{"1", "true"}}}, -150, 7, 7},
-                                         {{0, {{"1", "t"}, {"2", "t"}}}, -150, 7, 7}}) {
+  const struct { Table row; int status; int64_t newest; int recorded; } cases[] = {
+      {{0, {{"4294967295", "t"}}}, 0, 4294967295, 1}, {{0, {{"", "f"}}}, 0, -1, 0}, {{-2, {}}, 0, -1, 0}, {{-1, {}}, -150, 7, 7},
+      {{0, {{"12x", "t"}}}, -150, 7, 7}, {{0, {{"4294967296", "f"}}}, -150, 7, 7}, {{0, {{"-1", "f"}}}, -150, 7, 7},
+      {{0, {{"1", "true"}}}, -150, 7, 7}, {{0, {{"1", "t"}, {"2", "t"}}}, -150, 7, 7}};
+  for (const auto& c : cases) {
     IndexDb().shotRecord = [&c](auto&&...) { return c.row; };
     int64_t newest = 7;
     int recorded = 7;
     EXPECT_EQ(tovakGetShotRecord("idx", 5, 4294967295u, &newest, &recorded), c.status);
     EXPECT_EQ(std::pair(newest, recorded), std::pair(c.newest, c.recorded)) << c.row.rows.size();
   }
-  const CallLog& log = IndexDb().log;
-  EXPECT_EQ(CallLog(log.end() - 4, log.end()),
-            (CallLog{"open", "get_shot_record(5,4294967295)", "delete", "Close"}));
+  EXPECT_EQ(CallLog(IndexDb().log.end() - 4, IndexDb().log.end()), (CallLog{"open", "get_shot_record(5,4294967295)", "delete", "Close"}));
 }
 
 }  // namespace
 }  // namespace tovak::testing
+// clang-format on
