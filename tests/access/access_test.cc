@@ -29,10 +29,9 @@ TEST_F(AccessTest, ProtocolIsDecidedOnceUnlessChosen) {
               std::tuple(v2, v2, v2 ? first : nullptr, 1));  // the caller's own text
   }
   setTovakProtocolV1();
-  EXPECT_EQ(isTovakProtocolV2("grpc://x"), 0);
-  setTovakProtocolV2(nullptr);
-  EXPECT_EQ(isTovakProtocolV2(nullptr), 1);
-  EXPECT_STREQ(ServerV2Name, "grpc://srv:7/ubo");
+  const int chosenV1 = isTovakProtocolV2("grpc://x");
+  setTovakProtocolV2(nullptr);  // keeps the server
+  EXPECT_EQ((std::tuple{chosenV1, isTovakProtocolV2(nullptr), std::string(ServerV2Name)}), std::tuple(0, 1, "grpc://srv:7/ubo"));
   setTovakProtocolV2("grpc://second");
   EXPECT_STREQ(ServerV2Name, "grpc://second");
   ResetCompanions();
@@ -47,7 +46,9 @@ std::string ClientSetUp(const char* address) {
   ResetCompanions();
   Client().tlsEnabled = 5;
   EXPECT_EQ(tDataClientSetup(address), &Client());
-  return Client().log[0] + Client().log[1] + std::to_string(Client().atConnect.tls);
+  std::string calls;
+  for (const std::string& call : Client().log) calls += call;
+  return calls + std::to_string(Client().atConnect.tls);
 }
 
 TEST_F(AccessTest, ClientSetUpFromTheAddress) {
