@@ -77,7 +77,7 @@ TEST_F(BuilderTest, ListsInFull) {
                            "1 ClockSource External\n1 MoveMode MODE3\n")) << List(1);
 }
 
-// One cell of channel 1 changed (DtsRow's flags read t, f, t, f, t, f) and the entry it gives.
+// One cell of channel 1 changed (ModuleTable's flags read t, f, t, f, t, f) and the entry it gives.
 TEST_F(BuilderTest, CellsBecomeWords) {
   const struct { int column; const char *cell, *entry; } cases[] = {
       {25, "false", "EventOutMode Off"}, {25, "x", "EventOutMode Undefined"}, {27, "f", "ExternalTrigger Disable"},
