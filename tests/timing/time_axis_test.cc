@@ -34,21 +34,16 @@ void CheckAxis(VectorIsa isa, int64_t delay, int64_t period, int64_t count) {
 }
 
 TEST(TimeAxisTest, BitIdenticalToThePerEntryFormulaOnEveryKernel) {
-  // Long and odd-length axes, axes crossing the edges of the range the fill
-  // computes in double arithmetic or wrapping around 64 bits, then random ones.
-  std::vector<std::vector<int64_t>> axes = {{30'000'000'000'000 - 1'100'000, 10000, 1'000'003},
-                                            {5'000'000, -333, 100'001},
-                                            {-120'000'000'000'000, 333'333'333, 50'000},
-                                            {k2p53 - 200'000'000, 10'000, 20'000},
-                                            {k2p53 - 35'000, 7, 10'000},
-                                            {-k2p53 + 15'000, -3, 10'000},
-                                            {k2p53 + 1, 1, 9'000},
-                                            {123, 456, 1},
-                                            {-1, k2p53 / 4095 + 1, 8'200},
-                                            {kMax - 50'000, 1000, 9'000},
-                                            {0, kMax / 3, 20},
-                                            {0, (int64_t{1} << 46) + 1, 4096},
-                                            {-k2p53 - 100'001, 33, 4096}};
+  // Long and odd-length axes, axes crossing the edges of the double range or wrapping 64 bits;
+  // random ones.
+  // clang-format off
+  std::vector<std::vector<int64_t>> axes = {
+      {30'000'000'000'000 - 1'100'000, 10000, 1'000'003}, {5'000'000, -333, 100'001},
+      {-120'000'000'000'000, 333'333'333, 50'000}, {k2p53 - 200'000'000, 10'000, 20'000},
+      {k2p53 - 35'000, 7, 10'000}, {-k2p53 + 15'000, -3, 10'000}, {k2p53 + 1, 1, 9'000},
+      {123, 456, 1}, {-1, k2p53 / 4095 + 1, 8'200}, {kMax - 50'000, 1000, 9'000}, {0, kMax / 3, 20},
+      {0, (int64_t{1} << 46) + 1, 4096}, {-k2p53 - 100'001, 33, 4096}};
+  // clang-format on
   std::mt19937_64 rng(20241112);
   auto random = [&] { return static_cast<int64_t>(rng()) >> (rng() % 64); };
   for (int i = 0; i < 300; ++i)
