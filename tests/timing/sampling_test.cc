@@ -33,21 +33,16 @@ struct Cycle {  // one call of tovakSamplingCycle
   const char *trgType = "FPGA-DTS", *trgHost = "dts1", *trgModule = "DMOD01", *trgOutput = "TRG3";
   int interval = 7;
   int64_t period = U, start = U, trigger = U, cycle = U;
-  int Run() {
-    return tovakSamplingCycle("db", "FPGA-DTS", "dts1", clkModule, clkOutput, trgType, trgHost, trgModule,
-                              trgOutput, &interval, 1234, 2, source, internalClock, multiplier, &period,
-                              &start, &trigger, &cycle);
-  }
+  int Run() { return tovakSamplingCycle("db", "FPGA-DTS", "dts1", clkModule, clkOutput, trgType, trgHost, trgModule,
+      trgOutput, &interval, 1234, 2, source, internalClock, multiplier, &period, &start, &trigger, &cycle); }
 };
 
 struct FirstSample {  // one call of tovakSampling0Timing or its remote form
   bool fromClockStart = false;
   const char *source = "Internal", *module = "DMOD01", *output = "TRG3";
   int64_t period = 100000, clockStart = U, trigger = 0, first = U;
-  int Run(decltype(&tovakSampling0Timing) fn = &tovakSampling0Timing) {
-    return fn("db", fromClockStart, "VME-DTS", "dts1", module, output, 1234, 2, source, "10", period,
-              clockStart, &trigger, &first);
-  }
+  int Run(decltype(&tovakSampling0Timing) fn = &tovakSampling0Timing) { return fn("db", fromClockStart, "VME-DTS",
+      "dts1", module, output, 1234, 2, source, "10", period, clockStart, &trigger, &first); }
 };
 
 // One output's row: delay count, period factors, base rate, second and third delay.
@@ -61,9 +56,8 @@ std::vector<std::string> Row(int delay, int f1, int f2, int rate, int d2 = 0, in
 enum Db { kGood, kFiveRows, kNoRate, kNotFound, kNoHost, kNoOpen, kOdd };
 void ScriptModule(Db db) {
   Table table;
-  for (int n = 1; n <= (db == kFiveRows ? 5 : 8); ++n) {
-    table.rows.push_back(Row(1199999995 + 10 * n, 10, n, 10000000, 5, 7));
-  }
+  const int outputs = db == kFiveRows ? 5 : 8;
+  for (int n = 1; n <= outputs; ++n) table.rows.push_back(Row(1199999995 + 10 * n, 10, n, 10000000, 5, 7));
   if (db == kNoRate) table.rows[1][5] = table.rows[2][5] = "0";
   if (db == kNotFound) table = Table{-2, {}};
   if (db == kOdd) table.rows = {Row(721, 65536, 65536, 6), Row(INT_MAX, 1, 1, 1000000, 1)};
@@ -134,10 +128,12 @@ TEST_F(SamplingTest, ExternalClockAndTriggerFromTheModuleRows) {
 TEST_F(SamplingTest, FirstSampleFromTriggerClockStartOrLookup) {
   const struct { Db db; bool from, external; const char *module, *output; int64_t period, clockStart, triggerIn;
                  int status; int64_t trigger, first; const char* message; } cases[] = {
-      {kNoOpen, 0, 0, "DMOD01", "TRG3", 100000, 500000, 0, 0, 0, -1000000, ""}, {kNoOpen, 0, 1, "DMOD01", "TRG3",
-       100000, 500000, 0, 0, 400000, -600000, ""}, {kNoOpen, 0, 1, "DMOD01", "TRG3", 100000, -500000, 0, 0, 0,
-       -1000000, ""}, {kNoOpen, 0, 1, "DMOD01", "TRG3", 100000, 0, 0, 0, 0, -1000000, ""}, {kNoOpen, 1, 1, "DMOD01",
-       "TRG3", 100000, 500000, 0, 0, 0, 400000, ""}, {kNoOpen, 1, 0, "DMOD01", "TRG3", 100000, 500000, 0, -53, 0, U, ""},
+      {kNoOpen, 0, 0, "DMOD01", "TRG3", 100000, 500000, 0, 0, 0, -1000000, ""},
+      {kNoOpen, 0, 1, "DMOD01", "TRG3", 100000, 500000, 0, 0, 400000, -600000, ""},
+      {kNoOpen, 0, 1, "DMOD01", "TRG3", 100000, -500000, 0, 0, 0, -1000000, ""},
+      {kNoOpen, 0, 1, "DMOD01", "TRG3", 100000, 0, 0, 0, 0, -1000000, ""},
+      {kNoOpen, 1, 1, "DMOD01", "TRG3", 100000, 500000, 0, 0, 0, 400000, ""},
+      {kNoOpen, 1, 0, "DMOD01", "TRG3", 100000, 500000, 0, -53, 0, U, ""},
       {kGood, 0, 0, "DMOD01", "CH_1", 100000, U, K, 0, 7000000, 6000000, ""},
       {kGood, 0, 1, "dmodss1", "TRG3", 100000, U, K, 0, 3700000, 2700000, ""},
       {kGood, 0, 1, "DMOD01", "TRG3", 0, U, K, -70, K, U, ""},
@@ -167,12 +163,11 @@ TEST_F(SamplingTest, TimeBaseChainsCycleAndFirstSample) {
   for (const auto& c : cases) {
     int interval = 7;
     double period = U, delay = U;
-    EXPECT_EQ(tovakGetDTSdatax2_ex("db", "FPGA-DTS", "dts1", "DMOD01", c.trg, "FPGA-DTS", "dts1", "DMOD02", "DCK1",
-                                   &interval, c.count, 1234, 2, c.source, "100ns", "2", "10", c.lastSample, 1, 1,
-                                   nullptr, &period, &delay), c.status) << c.lastSample;
-    EXPECT_EQ(std::tie(interval, period, delay),
-              std::make_tuple(c.status == -53 ? 7 : 100, c.status ? U : 200000 / 1e12, c.status ? U : c.delay / 1e12))
-        << c.lastSample;
+    const int status = tovakGetDTSdatax2_ex("db", "FPGA-DTS", "dts1", "DMOD01", c.trg, "FPGA-DTS", "dts1", "DMOD02",
+        "DCK1", &interval, c.count, 1234, 2, c.source, "100ns", "2", "10", c.lastSample, 1, 1, nullptr, &period,
+        &delay);
+    EXPECT_EQ(std::tie(status, interval, period, delay), std::make_tuple(c.status, c.status == -53 ? 7 : 100,
+              c.status ? U : 200000 / 1e12, c.status ? U : c.delay / 1e12)) << c.lastSample;
   }
 }
 
@@ -181,15 +176,13 @@ TEST_F(SamplingTest, RemoteFormsAndTheWholeTimeBase) {
   setTovakProtocolV2("grpc://srv:1");
   std::string seen;
   Client().samplingCycle = [&](auto... a) { seen = Join(a...); *std::get<15>(std::tie(a...)) = 5; return -61; };
+  Client().sampling0Timing = [&](auto... a) { seen += Join(a...); *std::get<12>(std::tie(a...)) = 6; return -54; };
   Cycle cycle{.multiplier = "2"};
-  EXPECT_EQ(cycle.Run(), -61);
-  EXPECT_EQ(seen, "FPGA-DTS,dts1,DMOD01,DCK2,FPGA-DTS,dts1,DMOD01,TRG3,7,1234,2,External,,2,");
-  EXPECT_EQ(cycle.period, 5);
-  Client().sampling0Timing = [&](auto... a) { seen = Join(a...); *std::get<12>(std::tie(a...)) = 5; return -54; };
   FirstSample first{.fromClockStart = true, .clockStart = 3};
-  EXPECT_EQ(first.Run(), -54);
-  EXPECT_EQ(seen, "1,VME-DTS,dts1,DMOD01,TRG3,1234,2,Internal,10,100000,3,0,");
-  EXPECT_EQ(first.trigger, 5);
+  const int cycleStatus = cycle.Run(), firstStatus = first.Run();
+  EXPECT_EQ(std::tie(cycleStatus, firstStatus, cycle.period, first.trigger), std::make_tuple(-61, -54, 5, 6));
+  EXPECT_EQ(seen, "FPGA-DTS,dts1,DMOD01,DCK2,FPGA-DTS,dts1,DMOD01,TRG3,7,1234,2,External,,2,"
+                  "1,VME-DTS,dts1,DMOD01,TRG3,1234,2,Internal,10,100000,3,0,");
 
   int status = 0, interval = 7;
   int64_t period = 0, delay = 0;
