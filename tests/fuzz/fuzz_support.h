@@ -15,13 +15,13 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-namespace tovak::fuzz {
-
 #define FUZZ_CHECK(condition)                                                                   \
   ((condition)                                                                                  \
        ? static_cast<void>(0)                                                                   \
        : (std::fprintf(stderr, "%s:%d: property broken: %s\n", __FILE__, __LINE__, #condition), \
           std::abort()))
+
+namespace tovak::fuzz {
 
 inline std::vector<std::string> Split(const std::string& text, char separator) {
   std::vector<std::string> fields;
