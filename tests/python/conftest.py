@@ -1,5 +1,4 @@
-"""Fixtures of the Python tests: the tool (TOVAK_CLI) that answers through
-the C API, for comparison."""
+"""The tool (TOVAK_CLI), which answers through the C API, for comparison."""
 
 import json
 import os
@@ -7,16 +6,12 @@ import subprocess
 
 import pytest
 
-CLI = os.environ["TOVAK_CLI"]
-
 
 @pytest.fixture
 def cli():
     """Runs the tool; its JSON answer, or its CompletedProcess with raw=True."""
     def run(*args, raw=False):
-        done = subprocess.run([CLI, *map(str, args)], capture_output=True, text=True)
-        if raw:
-            return done
-        assert done.returncode == 0, done.stderr
-        return json.loads(done.stdout)
+        done = subprocess.run([os.environ["TOVAK_CLI"], *map(str, args)], capture_output=True, text=True)
+        assert raw or done.returncode == 0, done.stderr
+        return done if raw else json.loads(done.stdout)
     return run
