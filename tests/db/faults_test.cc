@@ -114,8 +114,10 @@ class DbFaultTest : public ::testing::TestWithParam<int> {  // close after each 
   }
   void TearDown() override { IndexNoClosing(0); }
 };
-INSTANTIATE_TEST_SUITE_P(Connection, DbFaultTest, ::testing::Values(0, 1),
-                         [](const auto& info) { return info.param ? "KeptOpen" : "Closed"; });
+const auto kName = [](const auto& info) { return info.param ? "KeptOpen" : "Closed"; };
+INSTANTIATE_TEST_SUITE_P(Connection, DbFaultTest, ::testing::Values(0, 1), kName);
+class DbFaultKeptTest : public DbFaultTest {};  // cases of a kept connection alone
+INSTANTIATE_TEST_SUITE_P(Connection, DbFaultKeptTest, ::testing::Values(1), kName);
 
 TEST_P(DbFaultTest, ServerStoppedAndRestarted) {
   ASSERT_TRUE(Database().Dbctl("stop"));
@@ -180,10 +182,7 @@ TEST_P(DbFaultTest, StandbyListedAfterTheServerAnswersOnceItStopped) {
   setenv("PGHOST", primary.c_str(), 1);
 }
 
-TEST(DbFaultKeptTest, PausedProcessesRunOutOfTime) {
-  setTovakProtocolV1();
-  IndexNoClosing(1);
-  ASSERT_TRUE(Link().ok());
+TEST_P(DbFaultKeptTest, PausedProcessesRunOutOfTime) {
   Admin admin;
   const int backend = admin.Session();
   ASSERT_GT(backend, 0);
@@ -204,12 +203,8 @@ TEST(DbFaultKeptTest, PausedProcessesRunOutOfTime) {
   EXPECT_TRUE(Link().ok());
 }
 
-// Kept ids never outlive a change of the catalog: the diagnostic's name moves to another id and
-// back.
-TEST(DbFaultKeptTest, KeptIdsFollowCatalogChanges) {
-  setTovakProtocolV1();
-  IndexNoClosing(1);
-  ASSERT_TRUE(Link().ok());
+// Kept ids never outlive a change of the catalog: a diagnostic's name moves to another id and back.
+TEST_P(DbFaultKeptTest, KeptIdsFollowCatalogChanges) {
   Admin admin;
   admin.Run(
       "BEGIN; UPDATE diag SET name = 'Magnetics-old' WHERE diag_id = 101;"
@@ -223,7 +218,6 @@ TEST(DbFaultKeptTest, KeptIdsFollowCatalogChanges) {
       "BEGIN; DELETE FROM dts_link WHERE diag_id = 901; DELETE FROM diag WHERE diag_id = 901;"
       " UPDATE diag SET name = 'Magnetics' WHERE diag_id = 101; COMMIT");
   EXPECT_TRUE(Link().ok());
-  IndexNoClosing(0);
 }
 
 }  // namespace
