@@ -9,18 +9,15 @@
 #include "link/link_calls.h"
 #include "tovak/tovak.h"
 
-extern "C" size_t __sanitizer_get_current_allocated_bytes();  // GCC ships no header for it
-
 namespace tovak::testing {
 namespace {
 
-long LiveHeapBytes() {
 #if defined(__SANITIZE_ADDRESS__)
-  return static_cast<long>(__sanitizer_get_current_allocated_bytes());
+extern "C" size_t __sanitizer_get_current_allocated_bytes();  // GCC ships no header for it
+long LiveHeapBytes() { return static_cast<long>(__sanitizer_get_current_allocated_bytes()); }
 #else
-  return static_cast<long>(mallinfo2().uordblks);
+long LiveHeapBytes() { return static_cast<long>(mallinfo2().uordblks); }
 #endif
-}
 
 long OpenDescriptors() {
   const std::filesystem::directory_iterator fds("/proc/self/fd");
