@@ -20,11 +20,7 @@ DECLARE
      ' LATERAL dmod_channel_of(k.key1, k.key2, p.shot, p.sub) r'],
     ['dmod_use', 'site, diag, position', 't.*', '(SELECT DISTINCT site, diag FROM dmod_use) k,'
      ' LATERAL dmod_use_of(k.site, k.diag, p.shot, p.sub) r']];
-  c text[];
-  want text;
-  got text;
-  row text;
-  differs boolean := false;
+  c text[]; want text; got text; row text; differs boolean := false;
 BEGIN
   FOREACH c SLICE 1 IN ARRAY checks LOOP
     CONTINUE WHEN to_regclass(c[1]) IS NULL;  -- not in this database
