@@ -1,21 +1,15 @@
-// Faults of the database server while lookups run, on a cluster of the tests'
-// own: stopped and restarted, paused, locked out, sessions ended. Each fault
-// gives its status within the configured times, and the call after recovery
-// succeeds, with the connection kept open and with close-after-each-call.
-// With a hot standby listed after it, the standby answers once it stopped.
+// Faults of the database server while lookups run, on a cluster of the tests' own and its hot
+// standby: each gives its status within the configured times; the call after recovery answers.
 #include <gtest/gtest.h>
 #include <libpq-fe.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <future>
 #include <memory>
-#include <set>
 #include <string>
-#include <thread>
-#include <vector>
 
+#include "link/link_calls.h"
 #include "remote/harness.h"
 #include "tovak/rdb.h"
 #include "tovak/tovak.h"
@@ -24,41 +18,37 @@ namespace tovak::testing {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-double Setting(const char* name) {
-  const char* value = std::getenv(name);
-  return value != nullptr ? std::atof(value) : 0;
-}
-
-// The timeouts of the test's environment. kSlack is room for a loaded machine
-// under the sanitizers: the bounds catch hangs, they are no speed goals.
+double Setting(const char* name) { return std::getenv(name) ? std::atof(std::getenv(name)) : 0; }
 const double kQueryTimeout = Setting("TOVAK_DB_QUERY_TIMEOUT");
 const double kConnectTimeout = Setting("TOVAK_DB_CONNECT_TIMEOUT");
-constexpr double kSlack = 30;
+constexpr double kSlack = 30;    // the bounds catch hangs under the sanitizers: no speed goals
 constexpr double kEarly = 0.05;  // how much sooner than its time a deadline may end a wait
 
 struct Lookup {
-  int status;
+  int status, preSample;
   double seconds;
-  int preSample;
+  bool ok() const { return status == 0 && preSample == 1000; }
 };
 
-// Magnetics module 1 channel 3 in shot 120100, 1000 pre-samples, through the
-// public call: the site, diagnostic and link queries.
-Lookup LinkLookup() {
-  char kind[256], text1[256], text2[256], source[256], word3[256];
-  short num3, num4;
-  int clock, num8, interval, hostId, preSample = -1;
+// Magnetics module 1 channel 3 in shot 120100 (1000 pre-samples): site, diagnostic, link queries.
+Lookup Link() {
+  Outputs o;
   const auto start = Clock::now();
   const int status =
-      tovakGetDTSinfox("Magnetics", 120100, 1, 1, 3, nullptr, kind, text1, text2, &num3, &num4,
-                       &clock, &num8, source, &preSample, &interval, &hostId, word3);
-  return {status, std::chrono::duration<double>(Clock::now() - start).count(), preSample};
+      tovakGetDTSinfox("Magnetics", 120100, 1, 1, 3, nullptr, o.t[0], o.t[1], o.t[2], &o.n3, &o.n4,
+                       &o.setting, &o.n8, o.t[3], &o.pre, &o.interval, &o.host, o.t[4]);
+  return {status, o.pre, std::chrono::duration<double>(Clock::now() - start).count()};
 }
 
-bool Answered(const Lookup& lookup) { return lookup.status == 0 && lookup.preSample == 1000; }
+// A lookup gives status (0: the answer) after at least least seconds, well within most.
+void ExpectLookup(int status, double least, double most) {
+  const Lookup lookup = Link();
+  EXPECT_TRUE(status == 0 ? lookup.ok() : lookup.status == status) << lookup.status;
+  EXPECT_GT(lookup.seconds, least - kEarly);
+  EXPECT_LT(lookup.seconds, most + kSlack);
+}
 
-// The modules of Magnetics from the setup database: status and count.
+// "status count" of the modules of Magnetics from the setup database.
 std::string SetupLookup() {
   DTSmodule* modules = nullptr;
   int count = 0;
@@ -67,198 +57,149 @@ std::string SetupLookup() {
   return std::to_string(status) + " " + std::to_string(count);
 }
 
-// The fixture's cluster.
 Cluster& Database() {
   static Cluster cluster(std::getenv("TOVAK_PG_DIR"));
   return cluster;
 }
-bool Dbctl(const std::string& command) { return Database().Dbctl(command); }
 
 // The tests' superuser session on the index database (host "": PGHOST's first).
 class Admin {
+  using Result = std::unique_ptr<PGresult, void (*)(PGresult*)>;
+
  public:
   explicit Admin(const std::string& host = "") {
-    const char* const keywords[] = {"host", "dbname", "user", "password", nullptr};
+    const char* const keys[] = {"host", "dbname", "user", "password", nullptr};
     const char* const values[] = {host.c_str(), "index", "tovak_faults", "tovak_faults", nullptr};
-    conn_.reset(PQconnectdbParams(keywords, values, 0));
+    conn_.reset(PQconnectdbParams(keys, values, 0));
   }
-  bool ok() const { return PQstatus(conn_.get()) == CONNECTION_OK; }
-
-  // The first cell of the statement's answer; "" without one.
-  std::string Run(const std::string& sql) {
-    const std::unique_ptr<PGresult, void (*)(PGresult*)> result(PQexec(conn_.get(), sql.c_str()),
-                                                                PQclear);
-    return PQntuples(result.get()) > 0 ? PQgetvalue(result.get(), 0, 0) : "";
-  }
-
-  // Asks until the statement answers a first cell other than "" and "f";
-  // that cell, or "" when it never came.
-  std::string Await(const std::string& sql) {
+  // The first cell of the answer ("" without one); with await, once it is neither "" nor "f".
+  std::string Run(const std::string& sql, bool await = false) {
     std::string cell;
-    return Eventually([&] { return (cell = Run(sql)) != "" && cell != "f"; }) ? cell : "";
+    const auto ask = [&] {
+      const Result result(PQexec(conn_.get(), sql.c_str()), PQclear);
+      cell = PQntuples(result.get()) > 0 ? PQgetvalue(result.get(), 0, 0) : "";
+      return !await || (cell != "" && cell != "f");
+    };
+    return Eventually(ask) ? cell : "";
   }
-
-  // The library's newest index session (ended ones may linger); with `lockWaiter`,
-  // one waiting for a lock other than `besides`. 0 when there is none (yet).
+  // The library's newest index session other than besides, waiting for a lock if asked; 0: none.
   int Session(bool lockWaiter = false, int besides = 0) {
     const std::string sql =
         "SELECT pid FROM pg_stat_activity WHERE application_name = 'tovak'"
         " AND datname = 'index' AND pid <> " +
         std::to_string(besides) + (lockWaiter ? " AND wait_event_type = 'Lock'" : "") +
         " ORDER BY backend_start DESC";
-    return std::atoi((lockWaiter ? Await(sql) : Run(sql)).c_str());
+    return std::atoi(Run(sql, lockWaiter).c_str());
   }
-
+  // Ends the session (if asked) and waits until it is gone.
+  bool Ended(int pid, bool end = false) {
+    if (end) Run("SELECT pg_terminate_backend(" + std::to_string(pid) + ")");
+    return Run("SELECT NOT EXISTS (SELECT FROM pg_stat_activity WHERE pid = " +
+                   std::to_string(pid) + ")",
+               true) == "t";
+  }
   // Holds the link table until Run("COMMIT"): the library's link query waits.
-  void LockLinkTable() {
-    Run("BEGIN");
-    Run("LOCK TABLE dts_link IN ACCESS EXCLUSIVE MODE");
-  }
-
-  bool Ended(int pid) {
-    return Await("SELECT NOT EXISTS (SELECT FROM pg_stat_activity WHERE pid = " +
-                 std::to_string(pid) + ")") == "t";
-  }
+  void LockLinks() { Run("BEGIN; LOCK TABLE dts_link IN ACCESS EXCLUSIVE MODE"); }
 
  private:
   std::unique_ptr<PGconn, void (*)(PGconn*)> conn_{nullptr, PQfinish};
 };
 
-void EndIdleSession(Admin& admin) {
-  const int idle = admin.Session();
-  ASSERT_GT(idle, 0);
-  admin.Run("SELECT pg_terminate_backend(" + std::to_string(idle) + ")");
-  EXPECT_TRUE(admin.Ended(idle));
-}
-
-class DbFaultTest : public ::testing::Test {
+class DbFaultTest : public ::testing::TestWithParam<int> {  // close after each call, keep open
  protected:
-  void SetUp() override { setTovakProtocolV1(); }
+  void SetUp() override {
+    setTovakProtocolV1();
+    IndexNoClosing(GetParam());
+    ASSERT_TRUE(Link().ok());
+  }
   void TearDown() override { IndexNoClosing(0); }
 };
+const auto kName = [](const auto& info) { return info.param ? "KeptOpen" : "Closed"; };
+INSTANTIATE_TEST_SUITE_P(Connection, DbFaultTest, ::testing::Values(0, 1), kName);
+class DbFaultKeptTest : public DbFaultTest {};  // cases of a kept connection alone
+INSTANTIATE_TEST_SUITE_P(Connection, DbFaultKeptTest, ::testing::Values(1), kName);
 
-constexpr int kModes[] = {0, 1};  // close after each call, keep open
-
-const char* ModeName(int keep) { return keep ? "kept open" : "closed after each call"; }
-
-TEST_F(DbFaultTest, ServerStoppedBetweenCallsAndRestarted) {
-  for (const int keep : kModes) {
-    SCOPED_TRACE(ModeName(keep));
-    IndexNoClosing(keep);
-    EXPECT_TRUE(Answered(LinkLookup()));
-    ASSERT_TRUE(Dbctl("stop"));
-    // A kept connection the server ended reads as closed: opening it again fails.
-    const Lookup down = LinkLookup();
-    EXPECT_EQ(down.status, TOVAK_E_INDEX_OPEN);
-    EXPECT_LT(down.seconds, kConnectTimeout + kSlack);
-    EXPECT_EQ(SetupLookup(), "-140 0");
-    ASSERT_TRUE(Dbctl("start"));
-    EXPECT_TRUE(Answered(LinkLookup()));
-    EXPECT_EQ(SetupLookup(), "0 2");
-    IndexNoClosing(0);
-  }
+TEST_P(DbFaultTest, ServerStoppedStandbyListedAndRestarted) {
+  const std::string primary = std::getenv("PGHOST");
+  const std::string standby = std::string(std::getenv("TOVAK_PG_DIR")) + "-standby/socket";
+  // The standby must hold all the server wrote before the server goes.
+  const std::string written = Admin().Run("SELECT pg_current_wal_lsn()");
+  EXPECT_EQ(Admin(standby).Run("SELECT pg_last_wal_replay_lsn() >= '" + written + "'", true), "t");
+  ASSERT_TRUE(Database().Dbctl("stop"));
+  ExpectLookup(TOVAK_E_INDEX_OPEN, 0, kConnectTimeout);  // a kept session reads as closed
+  EXPECT_EQ(SetupLookup(), "-140 0");
+  setenv("PGHOST", (primary + "," + standby).c_str(), 1);
+  ExpectLookup(0, 0, kConnectTimeout);
+  EXPECT_EQ(SetupLookup(), "0 2");
+  setenv("PGHOST", primary.c_str(), 1);
+  IndexNoClosing(0);  // leaves the standby
+  IndexNoClosing(GetParam());
+  ASSERT_TRUE(Database().Dbctl("start"));
+  EXPECT_TRUE(Link().ok());
+  EXPECT_EQ(SetupLookup(), "0 2");
 }
 
-TEST_F(DbFaultTest, ServerStoppedDuringARunOfCalls) {
-  for (const int keep : kModes) {
-    SCOPED_TRACE(ModeName(keep));
-    IndexNoClosing(keep);
-    std::atomic<bool> done = false;
-    std::atomic<int> answered = 0, failed = 0;
-    std::vector<Lookup> calls;
-    std::thread run([&] {
-      while (!done) {
-        calls.push_back(LinkLookup());
-        ++(Answered(calls.back()) ? answered : failed);
-      }
-    });
-    // Stopped while calls are answered, started again once one failed.
-    EXPECT_TRUE(Eventually([&] { return answered > 0; }));
-    const bool stopped = Dbctl("stop");
-    EXPECT_TRUE(Eventually([&] { return failed > 0; })) << "no call met the stopped server";
-    const int answeredBefore = answered;
-    const bool started = Dbctl("start");
-    EXPECT_TRUE(Eventually([&] { return answered >= answeredBefore + 10; }));
-    done = true;
-    run.join();
-    ASSERT_TRUE(stopped && started);
-    // A call in flight when the server went fails with its query's status (the
-    // site query's, the link query's); later ones cannot open the database.
-    const std::set<int> expected = {0, TOVAK_E_INDEX_OPEN, TOVAK_E_UNKNOWN_DIAG,
-                                    TOVAK_E_NO_DTS_INFO};
-    for (const Lookup& call : calls) {
-      EXPECT_TRUE(expected.contains(call.status)) << call.status;
-      EXPECT_LT(call.seconds, kConnectTimeout + kQueryTimeout + kSlack);
-    }
-    IndexNoClosing(0);
-  }
+TEST_P(DbFaultTest, QueryBlockedByALockRunsOutOfTime) {
+  Admin admin, locker;  // the locker's transaction would freeze the admin's view
+  locker.LockLinks();
+  ExpectLookup(TOVAK_E_NO_DTS_INFO, kQueryTimeout, kQueryTimeout);  // the ids come from the cache
+  // The server gave up the statement too: no session is left waiting.
+  EXPECT_EQ(admin.Run("SELECT NOT EXISTS (SELECT FROM pg_stat_activity WHERE"
+                      " application_name = 'tovak' AND wait_event_type = 'Lock')",
+                      true),
+            "t");
+  locker.Run("COMMIT");
+  EXPECT_TRUE(Link().ok());
 }
 
-TEST_F(DbFaultTest, PausedBackendRunsOutOfTime) {
-  IndexNoClosing(1);
-  ASSERT_TRUE(Answered(LinkLookup()));
+TEST_P(DbFaultTest, SessionEndedByTheServerIsReplaced) {
+  setenv("TOVAK_DB_QUERY_TIMEOUT", "20", 1);  // room for the steps while the query waits
+  Admin admin, locker;
+  // Ended during the query: the one retry, on a fresh session, answers.
+  locker.LockLinks();
+  std::future<Lookup> lookup = std::async(std::launch::async, Link);
+  const int first = admin.Session(true);
+  admin.Run("SELECT pg_terminate_backend(" + std::to_string(first) + ")");
+  const int retry = admin.Session(true, first);
+  locker.Run("COMMIT");
+  EXPECT_TRUE(first > 0 && retry > 0) << first << " " << retry;
+  EXPECT_TRUE(lookup.get().ok());
+  // Ended between calls: a query sent on it is retried; a call notices it before its first query.
+  if (GetParam()) {
+    EXPECT_TRUE(admin.Ended(admin.Session(), true));
+    const std::unique_ptr<CRDBres> link(
+        CIndexDBComm::getInstance()->get_DTS_information(101, 120100, 1, 1, 3));
+    EXPECT_EQ(link->GetLines(), 1);
+    EXPECT_TRUE(admin.Ended(admin.Session(), true));
+  }
+  EXPECT_TRUE(Link().ok());
+  setenv("TOVAK_DB_QUERY_TIMEOUT", std::to_string(static_cast<int>(kQueryTimeout)).c_str(), 1);
+}
+
+TEST_P(DbFaultKeptTest, PausedProcessesRunOutOfTime) {
   Admin admin;
-  ASSERT_TRUE(admin.ok());
   const int backend = admin.Session();
   ASSERT_GT(backend, 0);
   {
     const Stopped paused({backend});
     ASSERT_TRUE(paused.ok());
-    const Lookup stuck = LinkLookup();
-    // The ids come from the cache: the link query is the one that failed.
-    EXPECT_EQ(stuck.status, TOVAK_E_NO_DTS_INFO);
-    EXPECT_GT(stuck.seconds, kQueryTimeout - kEarly);
-    EXPECT_LT(stuck.seconds, kQueryTimeout + kSlack);
+    ExpectLookup(TOVAK_E_NO_DTS_INFO, kQueryTimeout, kQueryTimeout);
   }
-  // The abandoned session ends once it runs again; the next call connects afresh.
-  EXPECT_TRUE(admin.Ended(backend));
-  EXPECT_TRUE(Answered(LinkLookup()));
-}
-
-TEST_F(DbFaultTest, PausedPostmasterRefusesNewConnectionsOnly) {
-  IndexNoClosing(1);
-  ASSERT_TRUE(Answered(LinkLookup()));
+  EXPECT_TRUE(admin.Ended(backend));  // the abandoned session ends once it runs again
+  ASSERT_TRUE(Link().ok());           // on a fresh session
   {
     const Stopped paused({Database().Postmaster()});
     ASSERT_TRUE(paused.ok());
-    EXPECT_TRUE(Answered(LinkLookup()));  // the open session needs no postmaster
+    EXPECT_TRUE(Link().ok());  // the open session needs no postmaster
     IndexNoClosing(0);
-    const Lookup refused = LinkLookup();
-    EXPECT_EQ(refused.status, TOVAK_E_INDEX_OPEN);
-    EXPECT_LT(refused.seconds, kConnectTimeout + kSlack);
+    ExpectLookup(TOVAK_E_INDEX_OPEN, 0, kConnectTimeout);
   }
-  EXPECT_TRUE(Answered(LinkLookup()));
+  EXPECT_TRUE(Link().ok());
 }
 
-TEST_F(DbFaultTest, QueryBlockedByALockRunsOutOfTime) {
-  Admin admin, locker;  // the locker's transaction would freeze the admin's view
-  ASSERT_TRUE(admin.ok() && locker.ok());
-  for (const int keep : kModes) {
-    SCOPED_TRACE(ModeName(keep));
-    IndexNoClosing(keep);
-    ASSERT_TRUE(Answered(LinkLookup()));
-    locker.LockLinkTable();
-    const Lookup blocked = LinkLookup();
-    EXPECT_EQ(blocked.status, TOVAK_E_NO_DTS_INFO);  // the link query failed
-    EXPECT_GT(blocked.seconds, kQueryTimeout - kEarly);
-    EXPECT_LT(blocked.seconds, kQueryTimeout + kSlack);
-    // The server gave up the statement too: no session is left waiting.
-    EXPECT_EQ(admin.Await("SELECT NOT EXISTS (SELECT FROM pg_stat_activity WHERE"
-                          " application_name = 'tovak' AND wait_event_type = 'Lock')"),
-              "t");
-    locker.Run("COMMIT");
-    EXPECT_TRUE(Answered(LinkLookup()));
-    IndexNoClosing(0);
-  }
-}
-
-// Ids kept between lookups never outlive a change of the catalog: the
-// diagnostic's name moves to another id and back.
-TEST_F(DbFaultTest, KeptIdsFollowCatalogChanges) {
-  IndexNoClosing(1);
-  ASSERT_TRUE(Answered(LinkLookup()));
+// Kept ids never outlive a change of the catalog: a diagnostic's name moves to another id and back.
+TEST_P(DbFaultKeptTest, KeptIdsFollowCatalogChanges) {
   Admin admin;
-  ASSERT_TRUE(admin.ok());
   admin.Run(
       "BEGIN; UPDATE diag SET name = 'Magnetics-old' WHERE diag_id = 101;"
       " INSERT INTO diag VALUES (901, 1, 'Magnetics');"
@@ -266,66 +207,11 @@ TEST_F(DbFaultTest, KeptIdsFollowCatalogChanges) {
       " dts_kind, trigger_unit, trigger_module, clock_output, trigger_output, ext_clock,"
       " clock_source, int_clock, record_length, 'PreSample 7' FROM dts_link"
       " WHERE diag_id = 101; COMMIT");
-  EXPECT_EQ(LinkLookup().preSample, 7);
+  EXPECT_EQ(Link().preSample, 7);
   admin.Run(
       "BEGIN; DELETE FROM dts_link WHERE diag_id = 901; DELETE FROM diag WHERE diag_id = 901;"
       " UPDATE diag SET name = 'Magnetics' WHERE diag_id = 101; COMMIT");
-  EXPECT_TRUE(Answered(LinkLookup()));
-}
-
-TEST_F(DbFaultTest, SessionEndedByTheServerIsReplaced) {
-  setenv("TOVAK_DB_QUERY_TIMEOUT", "20", 1);  // room for the steps while the query waits
-  Admin admin, locker;  // the locker's transaction would freeze the admin's view
-  ASSERT_TRUE(admin.ok() && locker.ok());
-  for (const int keep : kModes) {
-    SCOPED_TRACE(ModeName(keep));
-    IndexNoClosing(keep);
-    ASSERT_TRUE(Answered(LinkLookup()));
-    // Ended during the query: the one retry, on a fresh session, answers.
-    locker.LockLinkTable();
-    std::future<Lookup> lookup = std::async(std::launch::async, LinkLookup);
-    const int first = admin.Session(true);
-    admin.Run("SELECT pg_terminate_backend(" + std::to_string(first) + ")");
-    const int retry = admin.Session(true, first);
-    locker.Run("COMMIT");
-    EXPECT_GT(first, 0);
-    EXPECT_GT(retry, 0);
-    EXPECT_TRUE(Answered(lookup.get()));
-    // Ended between calls: a query sent on it is retried; a call notices it
-    // before its first query.
-    if (keep) {
-      EndIdleSession(admin);
-      const std::unique_ptr<CRDBres> link(
-          CIndexDBComm::getInstance()->get_DTS_information(101, 120100, 1, 1, 3));
-      EXPECT_EQ(link->GetLines(), 1);
-      EndIdleSession(admin);
-    }
-    EXPECT_TRUE(Answered(LinkLookup()));
-    IndexNoClosing(0);
-  }
-  setenv("TOVAK_DB_QUERY_TIMEOUT", std::to_string(static_cast<int>(kQueryTimeout)).c_str(), 1);
-}
-
-TEST_F(DbFaultTest, StandbyListedAfterTheServerAnswersOnceItStopped) {
-  const std::string primary = std::getenv("PGHOST");
-  const std::string standby = std::string(std::getenv("TOVAK_PG_DIR")) + "-standby/socket";
-  setenv("PGHOST", (primary + "," + standby).c_str(), 1);
-  // The standby must hold all the server wrote before the server goes.
-  const std::string written = Admin().Run("SELECT pg_current_wal_lsn()");
-  EXPECT_EQ(Admin(standby).Await("SELECT pg_last_wal_replay_lsn() >= '" + written + "'"), "t");
-  IndexNoClosing(1);
-  ASSERT_TRUE(Answered(LinkLookup()));
-  ASSERT_TRUE(Dbctl("stop"));
-  for (const int keep : {1, 0}) {
-    SCOPED_TRACE(ModeName(keep));
-    IndexNoClosing(keep);
-    const Lookup lookup = LinkLookup();
-    EXPECT_TRUE(Answered(lookup));
-    EXPECT_LT(lookup.seconds, kConnectTimeout + kSlack);
-    EXPECT_EQ(SetupLookup(), "0 2");
-  }
-  EXPECT_TRUE(Dbctl("start"));
-  setenv("PGHOST", primary.c_str(), 1);
+  EXPECT_TRUE(Link().ok());
 }
 
 }  // namespace
