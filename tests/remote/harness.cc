@@ -3,16 +3,13 @@
 #include <fcntl.h>
 #include <grpcpp/create_channel.h>
 #include <grpcpp/generic/generic_stub.h>
-#include <signal.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
+#include <future>
 #include <iterator>
-#include <stdexcept>
 
 namespace tovak::testing {
 
@@ -27,15 +24,6 @@ std::string ReadFile(const std::string& path) {
 
 void Run(const std::string& command) {
   if (std::system((command + " 2>/dev/null").c_str()) != 0) throw std::runtime_error(command);
-}
-
-TempDir::TempDir() {
-  if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("mkdtemp " + path_);
-}
-
-TempDir::~TempDir() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
 }
 
 std::string MakeUserKey(const TempDir& dir, const std::string& name, const char* algorithm,
@@ -58,15 +46,7 @@ std::string MakeServerCert(const TempDir& dir, const std::string& name) {
   return cert;
 }
 
-Stopped::Stopped(std::vector<pid_t> pids) : pids_(std::move(pids)) {
-  for (pid_t pid : pids_) ok_ = pid != 0 && pid != -1 && kill(pid, SIGSTOP) == 0 && ok_;
-}
-
-Stopped::~Stopped() {
-  for (pid_t pid : pids_) kill(pid, SIGCONT);
-}
-
-std::vector<pid_t> Children(pid_t pid) {
+static std::vector<pid_t> Children(pid_t pid) {
   std::vector<pid_t> children;
   std::ifstream file("/proc/" + std::to_string(pid) + "/task/" + std::to_string(pid) + "/children");
   for (pid_t child = 0; pid > 0 && file >> child;) children.push_back(child);
@@ -99,28 +79,17 @@ std::string ServerProcess::Address(const std::string& site, const char* scheme) 
   return std::string(scheme) + "://127.0.0.1:" + std::to_string(port_) + "/" + site;
 }
 
-void ServerProcess::Signal(int signal) {
-  if (pid_ > 0) kill(pid_, signal);
-}
+std::vector<pid_t> ServerProcess::Workers() const { return Children(pid_); }
 
-int ServerProcess::Stop() {
-  if (pid_ > 0) kill(-pid_, SIGCONT);  // a stopped group takes no SIGTERM
-  if (pid_ > 0 && kill(pid_, SIGTERM) == 0) waitpid(pid_, &status_, 0);
+int ServerProcess::Stop(int signal) {
+  if (pid_ > 0 && signal == SIGTERM) kill(-pid_, SIGCONT);  // a stopped group takes no SIGTERM
+  if (pid_ > 0 && kill(signal == SIGTERM ? pid_ : -pid_, signal) == 0) waitpid(pid_, &status_, 0);
   pid_ = -1;
   return status_;
 }
 
-void ServerProcess::KillAll(int signal) {
-  if (pid_ > 0 && kill(-pid_, signal) == 0) waitpid(pid_, &status_, 0);
-  pid_ = -1;
-}
-
 Cluster::Cluster() : own_(std::make_unique<TempDir>()), dir_(own_->path()) {
   if (!Dbctl("start --fresh")) throw std::runtime_error("no cluster in " + dir_);
-}
-
-Cluster::~Cluster() {
-  if (own_) Dbctl("stop --remove");
 }
 
 bool Cluster::Dbctl(const std::string& command) const {
@@ -148,27 +117,18 @@ std::shared_ptr<grpc::Channel> PlainChannel(int port) {
 grpc::Status CallWithPayload(const std::shared_ptr<grpc::Channel>& channel,
                              const std::string& method, const std::string& payload,
                              std::map<std::string, std::string> metadata) {
-  grpc::GenericStub stub(channel);
   grpc::ClientContext context;
   context.set_deadline(std::chrono::system_clock::now() + kGuard);
   metadata.emplace("tovak-site-bin", "ubo");
   for (const auto& [key, value] : metadata) context.AddMetadata(key, value);
   grpc::Slice slice(payload);
   const grpc::ByteBuffer request(&slice, 1);
-  grpc::CompletionQueue queue;
-  auto call =
-      stub.PrepareUnaryCall(&context, "/tovak.remote.v1.TimingData/" + method, request, &queue);
-  call->StartCall();
   grpc::ByteBuffer reply;
-  grpc::Status status;
-  call->Finish(&reply, &status, nullptr);
-  void* tag = nullptr;
-  bool ok = false;
-  queue.Next(&tag, &ok);
-  queue.Shutdown();
-  while (queue.Next(&tag, &ok)) {
-  }
-  return status;
+  std::promise<grpc::Status> done;
+  grpc::GenericStub stub(channel);
+  stub.UnaryCall(&context, "/tovak.remote.v1.TimingData/" + method, {}, &request, &reply,
+                 [&](grpc::Status status) { done.set_value(status); });
+  return done.get_future().get();
 }
 
 }  // namespace tovak::testing

@@ -1,16 +1,20 @@
 // The harness of the db and remote tests: throwaway directories and keys, a tovak-server on
-// loopback and a PostgreSQL cluster of scripts/dbctl, both stopped by PID; processes held with
-// SIGSTOP; raw gRPC calls; and the one way to wait for what another process or thread does.
+// loopback and PostgreSQL clusters of scripts/dbctl, both stopped by PID; paused processes; raw
+// gRPC calls; and the one way to wait for what another process or thread does.
 #ifndef TOVAK_TESTS_REMOTE_HARNESS_H_
 #define TOVAK_TESTS_REMOTE_HARNESS_H_
 
 #include <grpcpp/channel.h>
 #include <grpcpp/support/status.h>
+#include <signal.h>
+#include <stdlib.h>
 #include <sys/types.h>
 
 #include <chrono>
+#include <filesystem>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -20,8 +24,7 @@ namespace tovak::testing {
 
 void WriteFile(const std::string& path, const std::string& text);
 std::string ReadFile(const std::string& path);
-// Runs a shell command; throws unless it succeeds.
-void Run(const std::string& command);
+void Run(const std::string& command);  // a shell command; throws unless it succeeds
 
 // Checks condition every 10 ms until it holds (true) or guard passes (false). The guard only bounds
 // a hang: a test waits for what it needs, never for a time it hopes is long enough.
@@ -35,18 +38,26 @@ bool Eventually(Condition condition, std::chrono::milliseconds guard = kGuard) {
   return true;
 }
 
+// What owns a process, a file or a directory, and so is never copied.
+struct Unique {
+  Unique() = default;
+  Unique(const Unique&) = delete;
+  Unique& operator=(const Unique&) = delete;
+};
+
 // A directory under /tmp, removed with its content.
-class TempDir {
+class TempDir : Unique {
  public:
-  TempDir();
-  ~TempDir();
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
+  TempDir() {
+    if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("mkdtemp " + path_);
+  }
+  ~TempDir() { std::filesystem::remove_all(path_, ignored_); }  // left behind at worst
   const std::string& path() const { return path_; }
   std::string File(const std::string& name) const { return path_ + "/" + name; }
 
  private:
   std::string path_ = "/tmp/tovak-test-XXXXXX";
+  std::error_code ignored_;
 };
 
 // DIR/NAME.key (PEM, encrypted unless the passphrase is empty; the passphrase in NAME.pass) and
@@ -57,12 +68,14 @@ std::string MakeUserKey(const TempDir& dir, const std::string& name, const char*
 std::string MakeServerCert(const TempDir& dir, const std::string& name);
 
 // Stops the processes with SIGSTOP until it goes out of scope (a negative pid: a process group).
-class Stopped {
+class Stopped : Unique {
  public:
-  explicit Stopped(std::vector<pid_t> pids);
-  ~Stopped();
-  Stopped(const Stopped&) = delete;
-  Stopped& operator=(const Stopped&) = delete;
+  explicit Stopped(std::vector<pid_t> pids) : pids_(std::move(pids)) {
+    for (pid_t pid : pids_) ok_ = pid != 0 && pid != -1 && kill(pid, SIGSTOP) == 0 && ok_;
+  }
+  ~Stopped() {
+    for (pid_t pid : pids_) kill(pid, SIGCONT);
+  }
   bool ok() const { return ok_; }
 
  private:
@@ -70,30 +83,26 @@ class Stopped {
   bool ok_ = true;
 };
 
-// The child processes of pid.
-std::vector<pid_t> Children(pid_t pid);
-
 // A tovak-server serving the demo sites ubo, tsu and odd of the cluster PGHOST names on
 // 127.0.0.1:port (0: any), with extra configuration lines; started at once in a process group of
 // its own, stopped by its PID at the end.
-class ServerProcess {
+class ServerProcess : Unique {
  public:
   ServerProcess(const TempDir& dir, const std::string& name, const std::string& extra,
                 int port = 0);
   ~ServerProcess() { Stop(); }
-  ServerProcess(const ServerProcess&) = delete;
-  ServerProcess& operator=(const ServerProcess&) = delete;
 
   bool listening() const { return pid_ > 0 && port_ > 0; }
   int port() const { return port_; }
   pid_t group() const { return -pid_; }
-  std::vector<pid_t> Workers() const { return Children(pid_); }
+  std::vector<pid_t> Workers() const;
   std::string Log() const { return ReadFile(log_); }
   std::string Address(const std::string& site, const char* scheme = "grpc") const;
-  void Signal(int signal);
-  // SIGTERM to the supervisor, or signal to the whole group; its exit status as waitpid gives it.
-  int Stop();
-  void KillAll(int signal);
+  void Signal(int signal) {
+    if (pid_ > 0) kill(pid_, signal);
+  }
+  // SIGTERM to the supervisor, or another signal to the whole group: the exit status (waitpid's).
+  int Stop(int signal = SIGTERM);
 
  private:
   std::string log_;
@@ -103,13 +112,13 @@ class ServerProcess {
 
 // A cluster of scripts/dbctl (TOVAK_DBCTL): the one in dir, or a fresh one of its own with the demo
 // experiment, made now and removed at the end.
-class Cluster {
+class Cluster : Unique {
  public:
   explicit Cluster(std::string dir) : dir_(std::move(dir)) {}
   Cluster();
-  ~Cluster();
-  Cluster(const Cluster&) = delete;
-  Cluster& operator=(const Cluster&) = delete;
+  ~Cluster() {
+    if (own_) Dbctl("stop --remove");
+  }
 
   bool Dbctl(const std::string& command) const;  // "start", "stop"...
   std::string socket() const { return dir_ + "/socket"; }
