@@ -1,6 +1,5 @@
 // Every lookup with a remote form over a demo site's data, as questions that direct access and a
-// tovak-server must answer alike, byte for byte, but where the remote front ends differ by design:
-// texts arrive only on success, then all (untouched ones empty); a failed time base writes nothing.
+// tovak-server must answer alike (see Mismatch for where the remote front ends differ by design).
 #ifndef TOVAK_TESTS_REMOTE_QUESTIONS_H_
 #define TOVAK_TESTS_REMOTE_QUESTIONS_H_
 
@@ -18,15 +17,14 @@ struct Answer {
   std::vector<std::string> outputs;
 };
 
-// Asks its lookup of an index server name under direct access; the remote protocol uses the address
-// set with setTovakProtocolV2 instead.
+// Asks its lookup of index server name server by direct access, or of the V2 address set.
 using Question = std::function<Answer(const char* server)>;
 
-// The questions over the data of server, odd names and keys among them. Asks the links by direct
-// access to find the clock links whose timing the questions ask.
+// The questions over the data of server, odd names and keys among them.
 std::vector<Question> Questions(const std::string& server);
 
-// "" when remote may stand for direct, else what differs.
+// "" when remote may stand for direct, else what differs: texts arrive only on success, then all
+// (untouched ones empty); a failed time base leaves its interval as it may.
 std::string Mismatch(const Answer& direct, const Answer& remote);
 
 }  // namespace tovak::testing
