@@ -72,8 +72,7 @@ TEST(DifferentialTest, EveryCallIsAnsweredAsDirectAccessAnswersItUnderLoad) {
       EXPECT_EQ(ReadFile(dir.File(std::to_string(i))), "0 7") << workers;
     }
     EXPECT_EQ(server.Log().find("ended ("), std::string::npos) << server.Log();
-    EXPECT_EQ(server.Stop(), 0);
-    EXPECT_EQ(server.Log().find("Sanitizer"), std::string::npos) << server.Log();
+    EXPECT_EQ(server.Stop(), 0);  // a sanitizer report fails its exit
   }
 }
 

@@ -9,8 +9,7 @@
 
 namespace tovak::testing {
 
-// A call with its arguments, its status and every output (texts with a digest of their whole
-// buffer, floating point numbers by their bits).
+// A call with its arguments, its status and its outputs (texts with a digest of the whole buffer).
 struct Answer {
   std::string call;
   int status;

@@ -1,6 +1,5 @@
 // The library's remote client against a fake server: replies beyond what direct access gives are
 // refused whole, leaving every buffer and number as it was; replies at the limits are delivered.
-#include <google/protobuf/stubs/strutil.h>
 #include <google/protobuf/text_format.h>
 #include <grpcpp/security/server_credentials.h>
 #include <grpcpp/server_builder.h>
@@ -13,7 +12,6 @@
 #include <vector>
 
 #include "remote/timing_data.grpc.pb.h"
-#include "tovak/param_set.h"
 #include "tovak/remote_client.h"
 #include "tovak/tovak.h"
 
@@ -24,7 +22,7 @@ namespace v1 = tovak::remote::v1;
 using Context = grpc::ServerContext;
 using grpc::Status;
 
-// Serves every site at the address the library uses while it lives; answers three lookups with
+// Serves every site at the address the library uses while it lives; answers two lookups with
 // reply, in protobuf's text format.
 class FakeServer final : public v1::TimingData::Service {
  public:
@@ -48,10 +46,6 @@ class FakeServer final : public v1::TimingData::Service {
   Status GetDTSinfox(Context*, const v1::DTSinfoxRequest*, v1::DTSinfoxReply* r) override {
     return Answer(r);
   }
-  Status GetDTSParameters(Context*, const v1::DTSParametersRequest*,
-                          v1::DTSParametersReply* r) override {
-    return Answer(r);
-  }
   Status GetDTSParametersCount(Context*, const v1::DTSParametersCountRequest*,
                                v1::DTSParametersCountReply* r) override {
     return Answer(r);
@@ -68,36 +62,23 @@ class FakeServer final : public v1::TimingData::Service {
   std::unique_ptr<grpc::Server> server_;
 };
 
-// The outputs of the lookups: 300-byte text buffers, numbers, a list.
+// The outputs of the lookups: 300-byte text buffers and numbers.
 struct Outputs {
   std::vector<std::string> t = std::vector<std::string>(5, std::string(300, '#'));
   std::array<short, 3> n16 = {-9, -9, 0};            // the count is set to 0 before it is asked
   std::array<int, 7> n32 = {-9, -9, 2, 8, 0, 1, 0};  // channels 2 to 8; the link presets 0, 1, 0
-  std::string list = CParamSet().GetString();
   bool operator==(const Outputs&) const = default;
 };
 
-enum Lookup { kInfox, kList, kCount };
-
-int LookUp(Lookup lookup, Outputs& o) {
-  CParamSet list;
-  const int status =
-      lookup == kList ? getDTSParameters(nullptr, "u", "M", 1, 0, 1, list)
-      : lookup == kCount
-          ? tovakGetDTSParametersCount(nullptr, "u", "M", 1, 0, &o.n16[2], &o.n32[2], &o.n32[3],
-                                       o.t[0].data())
-          : tovakGetDTSinfox("d", 1, 0, 1, 1, nullptr, o.t[0].data(), o.t[1].data(), o.t[2].data(),
-                             &o.n16[0], &o.n16[1], &o.n32[0], &o.n32[1], o.t[3].data(), &o.n32[4],
-                             &o.n32[5], &o.n32[6], o.t[4].data());
-  o.list = list.GetString();
-  return status;
+int Count(Outputs& o) {
+  return tovakGetDTSParametersCount(nullptr, "u", "M", 1, 0, &o.n16[2], &o.n32[2], &o.n32[3],
+                                    o.t[0].data());
 }
 
-// A list of entries entries, as a reply field.
-std::string ListOf(int entries) {
-  CParamSet list;
-  for (int i = 0; i < entries; ++i) list.AddParam("n", i);
-  return "param_text: '" + google::protobuf::CEscape(list.GetString()) + "'";
+int Infox(Outputs& o) {
+  return tovakGetDTSinfox("d", 1, 0, 1, 1, nullptr, o.t[0].data(), o.t[1].data(), o.t[2].data(),
+                          &o.n16[0], &o.n16[1], &o.n32[0], &o.n32[1], o.t[3].data(), &o.n32[4],
+                          &o.n32[5], &o.n32[6], o.t[4].data());
 }
 
 TEST(ReplyBoundsTest, RepliesBeyondDirectAccessAreRefusedWhole) {
@@ -105,26 +86,23 @@ TEST(ReplyBoundsTest, RepliesBeyondDirectAccessAreRefusedWhole) {
   for (const char* key : {"TOVAK_USER", "TOVAK_USER_KEY_FILE", "KOVD_GRPC"}) unsetenv(key);
   const std::string word(255, 'w'), huge(3 << 20, 'h');
   constexpr int kRefused = TOVAK_E_REMOTE_REPLY_RANGE;
-  const std::tuple<Lookup, std::string, int> cases[] = {
-      {kInfox, "dts_kind: 'UserDefined' link_num3: -32768 clk_dts_word3: '" + word + "'", 0},
-      {kInfox, "dts_kind: 'UserDefined!'", kRefused},
-      {kInfox, "clk_dts_word3: 'w" + word + "'", kRefused},
-      {kInfox, "link_text1: '" + huge + "'", kRefused},
-      {kInfox, "link_text2: 'a\\000b'", kRefused},
-      {kInfox, "link_num4: 32768", kRefused},
-      {kInfox, "samp_interval: 0", kRefused},
-      {kList, ListOf(41), 0},
-      {kList, ListOf(42), kRefused},
-      {kList, "param_text: 'CParamSet 1 2\\n1 a b\\n'", kRefused},
-      {kCount, "count: 41 module_name: '" + std::string(63, 'M') + "'", 0},
-      {kCount, "count: -1", kRefused},
-      {kCount, "module_name: '" + std::string(64, 'M') + "'", kRefused},
-      {kCount, "last_channel: 9", kRefused},
+  const std::tuple<int (*)(Outputs&), std::string, int> cases[] = {
+      {Infox, "dts_kind: 'UserDefined' link_num3: -32768 clk_dts_word3: '" + word + "'", 0},
+      {Infox, "dts_kind: 'UserDefined!'", kRefused},
+      {Infox, "clk_dts_word3: 'w" + word + "'", kRefused},
+      {Infox, "link_text1: '" + huge + "'", kRefused},
+      {Infox, "link_text2: 'a\\000b'", kRefused},
+      {Infox, "link_num4: 32768", kRefused},
+      {Infox, "samp_interval: 0", kRefused},
+      {Count, "count: 41 module_name: '" + std::string(63, 'M') + "'", 0},
+      {Count, "count: -1", kRefused},
+      {Count, "module_name: '" + std::string(64, 'M') + "'", kRefused},
+      {Count, "last_channel: 9", kRefused},
   };
   for (const auto& [lookup, reply, status] : cases) {
     const FakeServer server(reply);
     Outputs outputs;
-    EXPECT_EQ(LookUp(lookup, outputs), status) << reply.substr(0, 80);
+    EXPECT_EQ(lookup(outputs), status) << reply.substr(0, 80);
     EXPECT_EQ(outputs == Outputs(), status != 0) << reply.substr(0, 80);
   }
 }
