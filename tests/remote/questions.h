@@ -23,7 +23,7 @@ using Question = std::function<Answer(const char* server)>;
 std::vector<Question> Questions(const std::string& server);
 
 // "" when remote may stand for direct, else what differs: texts arrive only on success, then all
-// (untouched ones empty); a failed time base leaves its interval as it may.
+// (untouched ones empty).
 std::string Mismatch(const Answer& direct, const Answer& remote);
 
 }  // namespace tovak::testing
