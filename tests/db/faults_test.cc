@@ -1,5 +1,5 @@
-// Faults of the database server while lookups run, on a cluster of the tests' own and its hot
-// standby: each gives its status within the configured times; the call after recovery answers.
+// Faults of the database server while lookups run, on a cluster of the tests' own: each gives its
+// status within the configured times; the call after recovery answers.
 #include <gtest/gtest.h>
 #include <libpq-fe.h>
 
@@ -33,7 +33,7 @@ struct Lookup {
 Lookup Link() {
   static thread_local char t[5][TOVAK_TEXT_BUFFER_SIZE];
   short n3, n4;
-  int n[5];
+  int n[5] = {};
   const auto start = Clock::now();
   const int status = tovakGetDTSinfox("Magnetics", 120100, 1, 1, 3, nullptr, t[0], t[1], t[2], &n3,
                                       &n4, &n[0], &n[1], t[3], &n[2], &n[3], &n[4], t[4]);
@@ -57,18 +57,14 @@ std::string SetupLookup() {
   return std::to_string(status) + " " + std::to_string(count);
 }
 
-const Cluster kDatabase(std::getenv("TOVAK_PG_DIR"));
+const Cluster kDatabase(std::getenv("TOVAK_PG_DIR") ? std::getenv("TOVAK_PG_DIR") : "");
 
-// The tests' superuser session on the index database (host "": PGHOST's first).
+// The tests' superuser session on the index database.
 class Admin {
   using Result = std::unique_ptr<PGresult, void (*)(PGresult*)>;
 
  public:
-  explicit Admin(const std::string& host = "") {
-    const char* const keys[] = {"host", "dbname", "user", "password", nullptr};
-    const char* const values[] = {host.c_str(), "index", "tovak_faults", "tovak_faults", nullptr};
-    conn_.reset(PQconnectdbParams(keys, values, 0));
-  }
+  Admin() : conn_(PQconnectdb("dbname=index user=tovak_faults password=tovak_faults"), PQfinish) {}
   // The first cell of the answer ("" without one); with await, once it is neither "" nor "f".
   std::string Run(const std::string& sql, bool await = false) {
     std::string cell;
@@ -90,16 +86,15 @@ class Admin {
   }
   // Ends the session (if asked) and waits until it is gone.
   bool Ended(int pid, bool end = false) {
-    if (end) Run("SELECT pg_terminate_backend(" + std::to_string(pid) + ")");
-    return Run("SELECT NOT EXISTS (SELECT FROM pg_stat_activity WHERE pid = " +
-                   std::to_string(pid) + ")",
-               true) == "t";
+    const std::string id = std::to_string(pid);
+    if (end) Run("SELECT pg_terminate_backend(" + id + ")");
+    return Run("SELECT count(*) = 0 FROM pg_stat_activity WHERE pid=" + id, true) == "t";
   }
   // Holds the link table until Run("COMMIT"): the library's link query waits.
   void LockLinks() { Run("BEGIN; LOCK TABLE dts_link IN ACCESS EXCLUSIVE MODE"); }
 
  private:
-  std::unique_ptr<PGconn, void (*)(PGconn*)> conn_{nullptr, PQfinish};
+  std::unique_ptr<PGconn, void (*)(PGconn*)> conn_;
 };
 
 class DbFaultTest : public ::testing::TestWithParam<int> {  // close after each call, keep open
@@ -116,21 +111,10 @@ INSTANTIATE_TEST_SUITE_P(Connection, DbFaultTest, ::testing::Values(0, 1), kName
 class DbFaultKeptTest : public DbFaultTest {};  // cases of a kept connection alone
 INSTANTIATE_TEST_SUITE_P(Connection, DbFaultKeptTest, ::testing::Values(1), kName);
 
-TEST_P(DbFaultTest, ServerStoppedStandbyListedAndRestarted) {
-  const std::string primary = std::getenv("PGHOST");
-  const std::string standby = std::string(std::getenv("TOVAK_PG_DIR")) + "-standby/socket";
-  // The standby must hold all the server wrote before the server goes.
-  const std::string written = Admin().Run("SELECT pg_current_wal_lsn()");
-  EXPECT_EQ(Admin(standby).Run("SELECT pg_last_wal_replay_lsn() >= '" + written + "'", true), "t");
+TEST_P(DbFaultTest, ServerStoppedAndRestarted) {
   ASSERT_TRUE(kDatabase.Dbctl("stop"));
   ExpectLookup(TOVAK_E_INDEX_OPEN, 0, kConnectTimeout);  // a kept session reads as closed
   EXPECT_EQ(SetupLookup(), "-140 0");
-  setenv("PGHOST", (primary + "," + standby).c_str(), 1);
-  ExpectLookup(0, 0, kConnectTimeout);
-  EXPECT_EQ(SetupLookup(), "0 2");
-  setenv("PGHOST", primary.c_str(), 1);
-  IndexNoClosing(0);  // leaves the standby
-  IndexNoClosing(GetParam());
   ASSERT_TRUE(kDatabase.Dbctl("start"));
   EXPECT_TRUE(Link().ok());
   EXPECT_EQ(SetupLookup(), "0 2");
