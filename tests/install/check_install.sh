@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # Installs the build into a temporary prefix, builds the examples against it with CMake and with
-# pkg-config and runs them on the demo databases; with TOVAK_PYTHON (an interpreter), the installed
-# Python package must find the installed library by itself.
+# pkg-config and runs them on the demo databases.
 #   check_install.sh BUILD_DIR SOURCE_DIR [COMPILER_FLAGS]
 set -euo pipefail
 build=$1 src=$2 flags=${3:-} work=$(mktemp -d /tmp/tovak-install.XXXXXX)
@@ -27,10 +26,3 @@ for program in "$work/cmake/params" "$work/params-pc"; do
   expect 2 '^(fdts01 DMODSS0 channel 7: 41 parameters|  CardType +DMODSS)$' \
     "$program" fdts01 DMODSS0 120100 1 7
 done
-if [ -n "${TOVAK_PYTHON:-}" ]; then
-  package=$(find "$prefix" -path '*/dist-packages/tovak' -type d)
-  out=$(env -u LD_LIBRARY_PATH PYTHONPATH="$(dirname "$package")" ASAN_OPTIONS=detect_leaks=0 \
-    LD_PRELOAD="${TOVAK_PYTHON_PRELOAD:-}" "$TOVAK_PYTHON" -c \
-    "import tovak; print(tovak.timebase('Magnetics', 120100, 1, 1, 3).axis[:3])")
-  [ "$out" = "[-1.000999 -1.000998 -1.000997]" ] || fail "python: $out"
-fi
