@@ -11,7 +11,6 @@ for name in IndexNoClosing bufferStringCopy set_tovak_t_verbose tovakLastFailure
     cleanup_DTSmoduleArray cleanup_DTSchSettingsArray cleanup_DTSsettingsArray; do
   grep -qx "$name" <<<"$defined" || { echo "missing or mangled: $name"; status=1; }
 done
-if grep -E "DirectSamplingCycle|DirectSampling0Timing|QueryModuleTable|QueryOutputRows" <<<"$defined"; then
-  echo "exported but local to the library"; status=1
-fi
+! grep -E "DirectSamplingCycle|DirectSampling0Timing|QueryModuleTable|QueryOutputRows" <<<"$defined" ||
+  { echo "exported but local to the library"; status=1; }
 exit $status

@@ -27,7 +27,6 @@ class CliTest : public ::testing::Test {
   void SetUp() override { ASSERT_NE(mkdtemp(dir_.data()), nullptr); }
   void TearDown() override { std::system(("rm -rf " + dir_).c_str()); }
 
-  // Runs the tool with arguments (each quoted for the shell).
   Outcome Run(const Args& args) {
     std::string command = TOVAK_CLI;
     for (const std::string& a : args) command += " '" + a + "'";
@@ -64,16 +63,14 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCode) {
   const std::string csv = dir_ + "/a.csv", full = dir_ + "/full.bin";
   ASSERT_EQ(symlink("/dev/full", full.c_str()), 0);
   const std::vector<Case> cases = {
-      {{"--json", "clk", "ECE", "120100", "1", "1", "2"}, 0, "out",
-       R"("clock_unit_kind":"CAMAC","clock_unit":"cdts01","clock_module":"DMOD0")"},
       {timebase({"--json"}), 0, "out",
        R"("period_s":9.9999999999999995e-07,"delay_sample":0,"delay_s":-1.0009999999999999)"},
       {timebase({"--json"}), 0, "out", R"("samp_interval_ns":null)"}, {{"nonsense"}, 2, "err", ""},
       {{"link", "Spectroscopy", "120100", "1", "1", "1"}, 1, "err", "returned -53"},
       {{"link", "Magnetics", "120100"}, 2, "err", ""}, {{"link", "Magnetics", "x", "1", "1", "3"}, 2, "err", ""},
-      {{"link", "Magnetics", "120100", "1", "1", "70000"}, 2, "err", ""},
+      {{"link", "Magnetics", "120100", "1", "1", "70000"}, 2, "err", ""}, {{"adjust", "--mode", "x"}, 2, "err", ""},
       {{"link", "Magnetics", "120100", "1", "1", "3", "9"}, 2, "err", ""}, {timebase({"--last", "-5"}), 2, "err", ""},
-      {timebase({"--axis", "a.txt"}), 2, "err", ""}, {{"adjust", "--mode", "x"}, 2, "err", ""},
+      {timebase({"--axis", "a.txt"}), 2, "err", ""},
       // Counts beyond the documented limit; write errors with the system's reason.
       {timebase({"--samples", "99999999999", "--axis", csv}), 2, "err", "268435456]"},
       {timebase({"--samples", "9223372036854775807"}), 2, "err", "268435456]"},
@@ -94,15 +91,12 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCode) {
   }
   for (const char* command : {"link", "clk", "cycle", "first-sample", "adjust", "timebase", "params", "count",
                               "modules", "channels", "settings", "explain"}) {
-    for (const Args& words : std::vector<Args>{{"--"}, {"", "", "", "", ""}, {"-1", "-1", "-1", "-1", "-1",
-             "--last=-1"}, {"x", "4294967296", "65536", "1", "1", "--samples", "-1"}, {"--=", "--json"}}) {
-      Args args = {command};
-      args.insert(args.end(), words.begin(), words.end());
+    for (Args args : std::vector<Args>{{"--"}, {"", "", "", "", ""}, {"-1", "-1", "-1", "-1", "-1", "--last=-1"},
+                                       {"x", "4294967296", "65536", "1", "1", "--samples", "-1"}, {"--=", "--json"}}) {
+      args.insert(args.begin(), command);
       const Outcome got = Run(args);
-      EXPECT_TRUE(got.exitCode == 0 || ((got.exitCode == 1 || got.exitCode == 2) &&
-                                        got.err.find("Sanitizer") == std::string::npos &&
-                                        got.err.find("runtime error") == std::string::npos))
-          << command << " " << got.exitCode << got.err;
+      EXPECT_TRUE(got.exitCode >= 0 && got.exitCode <= 2 && got.err.find("Sanitizer") == std::string::npos &&
+                  got.err.find("runtime error") == std::string::npos) << command << " " << got.exitCode << got.err;
     }
   }
 }
