@@ -28,13 +28,12 @@ TEST(ParseConfigTest, KeysValuesCommentsAndBadLines) {
 const std::string kDir =
     std::filesystem::temp_directory_path().string() + "/tovak-config-" + std::to_string(getpid());
 
-// Writes a file under kDir; its path.
 std::string Write(const std::string& name, const std::string& text) {
   std::ofstream(kDir + "/" + name) << text;
   return kDir + "/" + name;
 }
 
-// Loads the configuration from path; returns what that wrote to standard error.
+// Loads the configuration from path: what that wrote to standard error.
 std::string Load(const std::string& path, bool verbose) {
   setenv("TOVAK_CONFIG", path.c_str(), 1);
   g_verbose = verbose;

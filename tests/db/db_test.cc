@@ -138,7 +138,6 @@ TEST(DbTest, ColumnsAndStatusesOfEveryQuery) {
   }
 }
 
-// A silent server (a paused postmaster): faults_test.cc.
 TEST(DbTest, RefusedConnectionsFailWithTheirReason) {
   constexpr char kRefused[] = "password authentication failed for user";
   const char* const refused[][4] = {

@@ -2,7 +2,6 @@
 -- applied by a full sort, at shots around changes, ended rows and sub-shot rows. Run as a site in
 -- each database; fails with the first differences.
 \set ON_ERROR_STOP 1
-SET client_min_messages = warning;
 SELECT $check$
 DO $$
 DECLARE

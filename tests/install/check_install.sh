@@ -1,18 +1,15 @@
 #!/usr/bin/env bash
 # Installs the build into a temporary prefix, builds the examples against it with CMake and with
-# pkg-config and runs them on the demo databases; with TOVAK_PYTHON (an interpreter), the installed
-# Python package must find the installed library by itself.
+# pkg-config and runs them on the demo databases.
 #   check_install.sh BUILD_DIR SOURCE_DIR [COMPILER_FLAGS]
 set -euo pipefail
-build=$1 src=$2 flags=${3:-}
-work=$(mktemp -d /tmp/tovak-install.XXXXXX)
+build=$1 src=$2 flags=${3:-} work=$(mktemp -d /tmp/tovak-install.XXXXXX)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
 fail() { echo "$*"; exit 1; }
 cmake --install "$build" --prefix "$prefix" >/dev/null
 lib=$(find "$prefix" -name 'libtovak.so.*.*' -type f | head -n 1) && libdir=${lib%/*}
 readelf -d "${lib:?no libtovak.so installed}" | grep -q 'SONAME.*\[libtovak\.so\.0\]' || fail SONAME
-ls "$prefix/include/tovak/tovak.h" "$prefix/share/doc/tovak/cli.md" >/dev/null
 "$prefix/bin/tovak" --help >/dev/null && "$prefix/bin/tovak-server" --help >/dev/null
 
 cmake -S "$src/examples" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
@@ -29,11 +26,3 @@ for program in "$work/cmake/params" "$work/params-pc"; do
   expect 2 '^(fdts01 DMODSS0 channel 7: 41 parameters|  CardType +DMODSS)$' \
     "$program" fdts01 DMODSS0 120100 1 7
 done
-if [ -n "${TOVAK_PYTHON:-}" ]; then
-  package=$(find "$prefix" -path '*/dist-packages/tovak' -type d)
-  out=$(env -u LD_LIBRARY_PATH PYTHONPATH="$(dirname "$package")" ASAN_OPTIONS=detect_leaks=0 \
-    LD_PRELOAD="${TOVAK_PYTHON_PRELOAD:-}" "$TOVAK_PYTHON" -c \
-    "import tovak; print(tovak.timebase('Magnetics', 120100, 1, 1, 3).axis[:3])")
-  [ "$out" = "[-1.000999 -1.000998 -1.000997]" ] || fail "python: $out"
-fi
-echo "install tree OK"

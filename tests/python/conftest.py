@@ -1,4 +1,5 @@
-"""The tool (TOVAK_CLI), which answers through the C API, for comparison."""
+"""The tool (TOVAK_CLI), which answers through the C API, for comparison: its JSON answer, or its
+CompletedProcess with raw=True."""
 
 import json
 import os
@@ -9,7 +10,6 @@ import pytest
 
 @pytest.fixture
 def cli():
-    """Runs the tool; its JSON answer, or its CompletedProcess with raw=True."""
     def run(*args, raw=False):
         done = subprocess.run([os.environ["TOVAK_CLI"], *map(str, args)], capture_output=True, text=True)
         assert raw or done.returncode == 0, done.stderr

@@ -26,9 +26,9 @@ def test_time_base_is_the_c_api_s_bit_for_bit(cli, tmp_path, samples, last, sing
 def test_link_gives_numbers_and_raw_texts():
     f, ece = tovak.link(*MAGNETICS), tovak.link("ECE", 120100, 1, 1, 1).raw
     assert (f.trigger_unit, f.trigger_module, f.clock_output, f.trigger_output, f.record_length,
-            f.pre_samples) == ("fdts01", "DMODSS0", 7, 1, 2000000, 1000)
-    assert (f.raw.clock_output, f.raw.pre_samples, f.raw.clock_unit, ece.clock_unit_kind,
-            ece.clock_unit, ece.clock_module) == ("7", "1000", "", "CAMAC", "cdts01", "DMOD0")
+            f.pre_samples, f.raw.clock_output, f.raw.pre_samples, f.raw.clock_unit, ece.clock_unit_kind,
+            ece.clock_unit, ece.clock_module) == ("fdts01", "DMODSS0", 7, 1, 2000000, 1000, "7", "1000",
+                                                  "", "CAMAC", "cdts01", "DMOD0")
 
 
 @pytest.mark.parametrize("call,args,status", [
@@ -50,11 +50,10 @@ def test_parameters_and_settings_are_the_c_api_s(cli):
     assert [(e["name"], e["type"]) for e in expected] == list(got.types.items())
     assert (got["Shot"], got["PulseWidth_s"], got["TimeOfCollected"].tzinfo) == (
         120100, 1e-05, datetime.timezone.utc)
-    assert tuple(tovak.parameter_count("fdts01", "DMODSS0", 120100, 1)) == tuple(
-        cli("--json", "count", "fdts01", "DMODSS0", 120100, 1).values())
+    count = tuple(cli("--json", "count", "fdts01", "DMODSS0", 120100, 1).values())
+    assert tuple(tovak.parameter_count("fdts01", "DMODSS0", 120100, 1)) == count
     table = tovak.settings("Magnetics", 120100, 1)
     expected = cli("--json", "settings", "Magnetics", 120100, 1)["channels"]
     assert [tuple(row) for row in table.tolist()] == [tuple(e.values()) for e in expected]
-    assert tovak.modules("Magnetics", 120100, 1) == [("mag-pxi1", "PXI6143"), ("mag-pxi2", "PXI6133")]
     first = tovak.channel_settings("mag-pxi1", "PXI6143", 120100, 1)
     assert first.tolist() == [row[2:] for row in table[table["key1"] == "mag-pxi1"].tolist()]

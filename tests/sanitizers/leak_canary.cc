@@ -4,7 +4,6 @@
 
 int main() {
   void* volatile lost = std::malloc(64);
-  *static_cast<char*>(lost) = 1;
   lost = nullptr;
-  return 0;
+  return lost != nullptr;
 }
