@@ -79,6 +79,9 @@ TEST_F(CliTest, EveryArgumentVectorEndsInAnExitCode) {
       // Each delay names its sample; --last moves the CSV's sample numbers.
       {timebase({"--json", "--samples", "2", "--axis", csv}), 0, "out", R"("delay_sample":1000,"delay_s":-1,)"},
       {timebase({"--samples", "10", "--last", "2000000", "--axis", csv}), 0, csv, "time_s\n1999991,0.99899"},
+      // Shots the shot log does not hold: answered, with a warning.
+      {{"link", "Magnetics", "999999999", "1", "1", "3"}, 0, "err", "shot 999999999 is newer than the newest shot recorded (120100)"},
+      {{"count", "fdts01", "DMODSS0", "120100", "7"}, 0, "err", "warning: shot 120100 sub-shot 7 was never recorded"},
       // The setup database follows --server; a remote one is not asked.
       {{"--server", "/tsu", "modules", "Magnetics", "120100", "1"}, 0, "out", "tsu-we1"},
       {{"--server", "grpc://[::1]:1/x", "settings", "Bolometer", "120100", "1"}, 0, "err",
