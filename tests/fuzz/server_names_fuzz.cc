@@ -27,6 +27,7 @@ void Check(Setup setup, const std::vector<tovak::testing::SetupCall>& setups,
   const auto& [host, port, database, user] = given;
   FUZZ_CHECK(host.find_first_of(" \t\n\v\f\r") == std::string::npos &&
              user.find_first_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ") == std::string::npos);
+  setup(name.c_str(), nullptr);  // no site wanted
   const std::string kept = withPort ? port : "", written = host + "/" + user + ":" + kept + ":";
   const bool plain = (host + user + kept).find_first_of(":/") == std::string::npos;
   FUZZ_CHECK(!plain || withPort == kept.empty() ||
