@@ -11,17 +11,17 @@
 #include <sstream>
 
 #include "doubles/companions.h"
-#include "tovak/param_set.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-#define FUZZ_CHECK(condition)                                                                   \
-  ((condition)                                                                                  \
-       ? static_cast<void>(0)                                                                   \
-       : (std::fprintf(stderr, "%s:%d: property broken: %s\n", __FILE__, __LINE__, #condition), \
-          std::abort()))
+#define FUZZ_CHECK(condition) \
+  ((condition) ? void() : tovak::fuzz::Broken(__FILE__, __LINE__, #condition))
 
 namespace tovak::fuzz {
+
+[[noreturn]] inline void Broken(const char* file, int line, const char* condition) {
+  std::fprintf(stderr, "%s:%d: property broken: %s\n", file, line, condition), std::abort();
+}
 
 inline std::vector<std::string> Split(const std::string& text, char separator) {
   std::vector<std::string> fields;
@@ -34,20 +34,13 @@ inline int Number(const std::string& text) {
   return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
 }
 
-// The input's lines, each a C text (cut at its first NUL), padded with ""
-// to at least `least` lines.
-struct Lines {
-  Lines(const uint8_t* data, size_t size, size_t least)
-      : all(Split(std::string(reinterpret_cast<const char*>(data), size), '\n')),
-        count(all.size()) {
-    for (std::string& line : all) line = line.c_str();
-    all.resize(std::max(count, least));
-  }
-  const std::string& operator[](size_t i) const { return all[i]; }
-  int Number(size_t i) const { return fuzz::Number(all[i]); }
-  std::vector<std::string> all;
-  size_t count;  // lines in the input
-};
+// The input's lines, each cut at its first NUL.
+inline std::vector<std::string> Lines(const uint8_t* data, size_t size) {
+  std::vector<std::string> lines =
+      Split(std::string(reinterpret_cast<const char*>(data), size), '\n');
+  for (std::string& line : lines) line = line.c_str();
+  return lines;
+}
 
 // A caller's buffer of exactly n bytes, filled with a marker byte so that
 // one left untouched can be told from one written.
@@ -61,34 +54,10 @@ struct Buffer {
   size_t size;
 };
 
-struct Entry {
-  std::string name, value;
-  int tag;
-  bool operator==(const Entry&) const = default;
-};
-
-// Entry i of a list, copied out through buffers of nameRoom and valueRoom bytes.
-inline Entry Copy(const CParamSet& set, int i, size_t nameRoom, size_t valueRoom) {
-  Buffer name(nameRoom), value(valueRoom);
-  int tag = -7;
-  FUZZ_CHECK(set.GetParam(i, name.data(), static_cast<int>(nameRoom), value.data(),
-                          static_cast<int>(valueRoom), &tag) == 0);
-  return {name.str(), value.str(), tag};
-}
-
-// Every entry through buffers of room bytes; an entry past the list is refused.
-inline std::vector<Entry> Entries(const CParamSet& set, size_t room) {
-  std::vector<Entry> entries;
-  for (int i = 0; i < set.GetParamCount(); ++i) entries.push_back(Copy(set, i, room, room));
-  char byte = 0;
-  FUZZ_CHECK(set.GetParam(set.GetParamCount(), &byte, 1, &byte, 1, nullptr) == -1);
-  return entries;
-}
-
-// Every query result deleted, no cell read outside one, no unscripted call.
+// Every query result deleted, no cell read outside one, no unscripted call, no connection open.
 inline void CheckCompanions() {
   FUZZ_CHECK(testing::ScriptedResult::live == 0 && testing::ScriptedResult::outOfRangeReads == 0);
-  FUZZ_CHECK(!::testing::Test::HasFailure());
+  FUZZ_CHECK(!::testing::Test::HasFailure() && !testing::IndexDb().is_open());
 }
 
 }  // namespace tovak::fuzz

@@ -11,14 +11,12 @@ int main(int argc, char** argv) {
   std::vector<fs::path> inputs;
   for (int i = 1; i < argc; ++i) {
     if (fs::is_regular_file(argv[i])) inputs.emplace_back(argv[i]);
-    if (fs::is_directory(argv[i])) {
-      for (const auto& entry : fs::directory_iterator(argv[i])) inputs.push_back(entry.path());
-    }
+    if (fs::is_directory(argv[i])) inputs.insert(inputs.end(), fs::directory_iterator(argv[i]), {});
   }
   std::sort(inputs.begin(), inputs.end());
   for (const fs::path& input : inputs) {
     std::ifstream in(input, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    const std::string bytes{std::istreambuf_iterator<char>(in), {}};
     std::fprintf(stderr, "replaying %s\n", input.c_str());
     LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
   }
