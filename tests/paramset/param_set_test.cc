@@ -61,7 +61,8 @@ TEST(ParamSetText, MalformedTextLeavesListAsItWas) {
   const char* bad[] = {nullptr, "", "CParamSet 2 0\n", "CParamSet 1 -1\n", "CParamSet 1 2\n1 a b\n",
       "CParamSet 1 0\n1 a b\n", "CParamSet 1 1\n1 a b", "CParamSet 1 1\nx a b\n", "CParamSet 1 1\n1 a\n",
       "CParamSet 1 1\n99999999999 a b\n", "CParamSet 1 1\n1 a b c\n", "CParamSet 1 1\n1 a\tb c\n",
-      "CParamSet 1 1\n1 a %4\n", "CParamSet 1 1\n1 a %G0\n", "CParamSet 1 1\n1 a %00\n"};
+      "CParamSet 1 1\n1 a %4\n", "CParamSet 1 1\n1 a %G0\n", "CParamSet 1 1\n1 a %00\n",
+      "CParamSet 1 2\n1 a b\n1 a\n"};
   // clang-format on
   for (const char* text : bad) {
     CParamSet set;
