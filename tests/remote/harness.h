@@ -40,9 +40,7 @@ bool Eventually(Condition condition, std::chrono::milliseconds guard = kGuard) {
 
 // What owns a process, a file or a directory, and so is never copied.
 struct Unique {
-  Unique() = default;
-  Unique(const Unique&) = delete;
-  Unique& operator=(const Unique&) = delete;
+  Unique& operator=(Unique&&) = delete;  // and so every copy and move
 };
 
 // A directory under /tmp, removed with its content.
@@ -83,9 +81,8 @@ class Stopped : Unique {
   bool ok_ = true;
 };
 
-// A tovak-server serving the demo sites ubo, tsu and odd of the cluster PGHOST names on
-// 127.0.0.1:port (0: any), with extra configuration lines; started at once in a process group of
-// its own, stopped by its PID at the end.
+// A tovak-server of the demo sites ubo, tsu and odd of the cluster PGHOST names, on 127.0.0.1:port
+// (0: any) with extra configuration lines; in a process group of its own, stopped by its PID.
 class ServerProcess : Unique {
  public:
   ServerProcess(const TempDir& dir, const std::string& name, const std::string& extra,
