@@ -53,17 +53,6 @@ int ScriptedIndexDb::get_host_name(int hostNumber, char** name) {
   return status;
 }
 
-int ScriptedClient::Connect(const char* host, int port) {
-  log.push_back(Call("Connect", host, port));
-  const auto held = [](bool has, const std::string& text) {
-    return has ? std::optional(text) : std::nullopt;
-  };
-  atConnect =
-      Seen{held(hasExtraUserName(), extraUserName()), held(hasExtraKeyFile(), extraKeyFile()),
-           held(hasExtraPassPhrase(), extraPassPhrase()), tlsEnabled};
-  return connectResult;
-}
-
 ScriptedIndexDb& IndexDb() { return Single(g_index); }
 ScriptedSetupDb& SetupDb() { return Single(g_setup); }
 ScriptedClient& Client() { return Single(g_client); }

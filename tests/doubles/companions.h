@@ -170,11 +170,8 @@ using Scripted = typename FunctionOf<decltype(member)>::type;
 class ScriptedClient final : public CmonoMirvoDataClient {
  public:
   int connectResult = 0, selectSiteResult = 0;
+  int tlsAtConnect = -1;  // the TLS flag at the last Connect
   CallLog log;
-  struct Seen {  // credentials and TLS flag at the last Connect
-    std::optional<std::string> user, keyFile, passPhrase;
-    int tls = 0;
-  } atConnect;
 
   Scripted<&CmirvoClient::GetDTSinfox> getDTSinfox;
   Scripted<&CmirvoClient::GetDTSinfoCLK> getDTSinfoCLK;
@@ -185,7 +182,10 @@ class ScriptedClient final : public CmonoMirvoDataClient {
   Scripted<&CmirvoClient::GetDTSParametersCount> getDTSParametersCount;
 
   void Disconnect() override { log.push_back("Disconnect"); }
-  int Connect(const char* host, int port) override;
+  int Connect(const char* host, int port) override {
+    log.push_back(Call("Connect", host, port)), tlsAtConnect = tlsEnabled;
+    return connectResult;
+  }
   int SelectSite(const char* site, int option) override {
     log.push_back(Call("SelectSite", site, option));
     return selectSiteResult;
