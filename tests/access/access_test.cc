@@ -126,19 +126,6 @@ TEST_F(AccessTest, HostIdByKind) {
   for (const auto& [kind, name, id] : cases) EXPECT_EQ(get_dmod_host_id(IndexDb().Instance(), kind, name), id) << kind;
 }
 
-TEST(TextTest, TrimInPlaceAndSlotCopy) {
-  std::string blank = "    ";
-  EXPECT_STREQ(trimstrcpy(blank.data(), blank.data()), "");
-  char slots[48] = "", out[17];
-  std::memcpy(slots + 16, "second-slot-full", 16);
-  std::strcpy(slots + 32, "third");
-  std::memset(out, 'x', sizeof out);
-  EXPECT_EQ(bufferStringCopy(out, slots, 16, 3), out);
-  EXPECT_EQ(std::string(out, 17), "third" + std::string(11, '\0') + "x");
-  bufferStringCopy(out, slots, 16, 2);
-  EXPECT_EQ(std::string(out, 17), "second-slot-fullx");  // a full slot stays unterminated
-}
-
 }  // namespace
 }  // namespace tovak::testing
 // clang-format on

