@@ -91,7 +91,6 @@ TEST_F(AccessTest, ServerNames) {
   const std::tuple<void (*)(const char*, char*), std::string, std::string> cases[] = {
       {I, "dbhost/UBO::tsdb", "dbhost|5432|tsdb|ubo|ubo"}, {I, "dbhost::tsdb/ubo", "dbhost|5432|tsdb/ubo|ubo|ubo"},
       {I, "dbhost:5433", "dbhost:5433|5432|index|ubo|ubo"}, {I, "dbhost/", "dbhost|5432|index||"},
-      {I, "dbhost::", "dbhost|5432||ubo|ubo"}, {I, "", "|5432|index|ubo|ubo"},
       {I, "h/" + std::string(40, 'S'), "h|5432|index|" + s40 + "|" + s40.substr(9)},
       {S, "dbhost", "dbhost|5432|setup|ubo|ubo"}, {S, "dbhost::sdb", "dbhost|5432|sdb|ubo|ubo"},
       {S, "dbhost:5433", "dbhost|5433|setup|ubo|ubo"}, {S, "dbhost/Site:5433:sdb", "dbhost|5433|sdb|site|site"},
@@ -114,16 +113,6 @@ TEST_F(AccessTest, SessionsOpenWhenClosedAndCloseAsTold) {
   { EXPECT_EQ(SetupSession("h", CloseMode::kNever).status(), TOVAK_E_SETUP_OPEN); }
   EXPECT_EQ(IndexDb().log, (CallLog{"Close", "open", "Close"}));
   EXPECT_EQ(SetupDb().log, (CallLog{"open", "open", "Close"}));
-}
-
-TEST_F(AccessTest, HostIdByKind) {
-  IndexSetup("h", nullptr);
-  IndexDb().hostId = [](const std::string& name) { return name == "gone" ? -4 : 11; };
-  IndexDb().camacId = [](const std::string&) { return 22; };
-  const std::tuple<const char*, const char*, int> cases[] = {{"FPGA-DTS", "a", 11}, {"VME-DTS", "a", 11}, {"CAMAC-DTS", "a", 22},
-      {"VME", "a", 11}, {"FPGA", "a", 11}, {"CAMAC", "a", 22}, {"VME-DTS ", "a", -1}, {"fpga", "a", -1}, {"FPGA-DTS2", "a", -1},
-      {"FPGA", nullptr, -1}, {"VME", "gone", -4}};
-  for (const auto& [kind, name, id] : cases) EXPECT_EQ(get_dmod_host_id(IndexDb().Instance(), kind, name), id) << kind;
 }
 
 }  // namespace
