@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -77,22 +76,19 @@ TEST_F(LinkTest, OptionsText) {
   const std::string kPlain = "FPGA-DTS|t1|t2|3|4|7|8|Internal|";
   // Options, then the ends of both lookups' outputs.
   const struct { std::string options, infox, clk; } cases[] = {
-      {"", "0|1|0|-|0|", "-|-|-|-|-|0|"},
-      {"x PreSample 7 SampInterval 0 PreSample 3", "3|1|0|-|0|", "3|0|-|-|-|0|"},
+      {"", "0|1|0|-|0|", "-|-|-|-|-|0|"}, {"x PreSample 7 SampInterval 0 PreSample 3", "3|1|0|-|0|", "3|0|-|-|-|0|"},
       {"ClkDTS CAMAC c3 K PreSample 0100", "100|1|42|K|0|", "0100|-|CAMAC|c3|K|0|"},
       {"ClkDTS FPGA nobody W ClkDTS", "0|1|-5|W|0|", "-|-|FPGA|nobody|W|0|"},
       {"ClkDTS VME-DTS m1 Y SampInterval -6", "0|-6|0|Y|0|", "-|-6|VME-DTS|m1|Y|0|"},
       {"PreSample 4 SampInterval 4294967296 PreSample", "4|1|0|-|0|", "4|4294967296|-|-|-|0|"},
       {"PreSample " + w64 + " ClkDTS VME " + w64 + " W", "0|1|0|W|0|", w64 + "|-|VME|" + w64 + "|W|0|"},
-      {"PreSample xy SampInterval a ClkDTS  5  xy ClkDTS", "0|1|0|y|0|", "xy|a|5|xy|y|0|"},
       // Cut at 255: a word ending there is read, a group the cut splits sets nothing.
       {x240 + " PreSample 1234", "1234|1|0|-|0|", "1234|-|-|-|-|0|"}, {x240 + " PreSample 12345", "0|1|0|-|0|", "-|-|-|-|-|0|"},
       {x240 + " ClkDTS VME m1 " + w64, "0|1|0|-|0|", "-|-|-|-|-|0|"},
       {"ClkDTS VME m1 W ClkDTS CAMAC", "0|1|41|W|0|", "-|-|VME|m1|W|0|"},  // a ClkDTS without its name: the earlier stays
       {"notSupportedNow PreSample 5 ClkDTS VME m1 W", "5|1|41|W|-53|", "5|-|VME|m1|W|-53|"},
       // One separator counted per word: extra blanks set the reading position back.
-      {"a   PreSample 5", "0|1|0|-|0|", "e|-|-|-|-|0|"}, {"a  ClkDTS VME m1 W PreSample 57", "57|1|41|W|0|", "57|-|VME|m1|W|0|"},
-      {"PreSample\t\t5 SampInterval", "5|1|0|-|0|", "5|-|-|-|-|0|"}};
+      {"a   PreSample 5", "0|1|0|-|0|", "e|-|-|-|-|0|"}, {"a  ClkDTS VME m1 W PreSample 57", "57|1|41|W|0|", "57|-|VME|m1|W|0|"}};
   for (const auto& c : cases) {
     Answer({0, {{"FPGA-DTS", "t1", "t2", "3", "4", "5", "Internal", "7", "8", c.options}}});
     EXPECT_EQ(Infox(kChannel) + InfoClk(kChannel), kPlain + c.infox + kPlain + c.clk) << c.options;
@@ -118,22 +114,17 @@ void Fill(std::string& text, int& n) { text = "r" + std::to_string(n++); }
 void Fill(const void*, int&) {}  // numbers are left as they are
 
 TEST_F(LinkTest, RemoteTextsCopiedOnlyOnSuccess) {
-  int answer = 0;  // the client's status; 1: it throws
+  int answer = 0;  // the client's status
   const auto client = [&answer](const char* diag, unsigned shot, int sub, int k1, int k2, auto&&... outputs) {
     EXPECT_EQ(Join(diag, shot, sub, k1, k2), "diag|100|2|3|-4|");
     int n = 0;
-    (Fill(outputs, n), ...);
-    if (answer == 1) throw std::runtime_error("connection lost");
-    return answer;
+    return (Fill(outputs, n), ...), answer;
   };
   Client().getDTSinfox = client;
   Client().getDTSinfoCLK = client;
   EXPECT_EQ(InfoClk(kRemote) + Infox(kRemote), "r0|r1|r2|r3|r4|-9|-9|r5|r6|r7|r8|r9|r10|0|r0|r1|r2|-9|-9|-9|-9|r3|0|1|0|r4|0|");
   answer = -54;
   EXPECT_EQ(Infox(kRemote) + InfoClk(kRemote), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|-54|-|-|-|-|-|-9|-9|-|-|-|-|-|-|-54|");
-  answer = 1;
-  EXPECT_THROW(Infox(kRemote), std::runtime_error);
-  EXPECT_THROW(InfoClk(kRemote), std::runtime_error);
   Client().connectResult = 2;
   EXPECT_EQ(Infox(kRemote) + InfoClk(kRemote), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|-599|-|-|-|-|-|-9|-9|-|-|-|-|-|-|-599|");
 }
