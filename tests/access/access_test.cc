@@ -5,7 +5,6 @@
 #include <string>
 #include <tuple>
 
-#include "access/session.h"
 #include "access/state.h"
 #include "doubles/companions.h"
 #include "tovak/tovak.h"
@@ -84,8 +83,7 @@ std::string Configured(void (*configure)(const char*, char*), const char* server
 }
 
 TEST_F(AccessTest, ServerNames) {
-  unsetenv("INDEXSERVERNAME");
-  unsetenv("SETUPSERVERNAME");
+  for (const char* variable : {"INDEXSERVERNAME", "SETUPSERVERNAME"}) unsetenv(variable);
   const std::string s40(40, 's');
   const auto I = IndexSetup, S = SetupSetup;
   const std::tuple<void (*)(const char*, char*), std::string, std::string> cases[] = {
@@ -96,23 +94,6 @@ TEST_F(AccessTest, ServerNames) {
       {S, "dbhost:5433", "dbhost|5433|setup|ubo|ubo"}, {S, "dbhost/Site:5433:sdb", "dbhost|5433|sdb|site|site"},
       {I, " h1 ,\th2/ubo::index", "h1,h2|5432|index|ubo|ubo"}, {S, "h1, h2/tsu:5432,5433", "h1,h2|5432,5433|setup|tsu|tsu"}};
   for (const auto& [configure, server, parts] : cases) EXPECT_EQ(Configured(configure, server.c_str()), parts);
-  setenv("INDEXSERVERNAME", "envhost/Env::envdb", 1);
-  setenv("SETUPSERVERNAME", "senv::x", 1);
-  EXPECT_EQ(Configured(I, nullptr) + Configured(S, "") + Configured(I, "given"),
-            "envhost|5432|envdb|env|envsenv|5432|x|ubo|ubogiven|5432|index|ubo|ubo");
-}
-
-TEST_F(AccessTest, SessionsOpenWhenClosedAndCloseAsTold) {
-  IndexSetup("h", nullptr);
-  IndexDb().connected = true;
-  { IndexSession session("h"); }
-  { EXPECT_EQ(SetupSession("h", CloseMode::kNever).status(), 0); }
-  IndexDb().openResult = SetupDb().openResult = 1;
-  SetupDb().connected = false;
-  { EXPECT_EQ(IndexSession("h").status(), TOVAK_E_INDEX_OPEN); }
-  { EXPECT_EQ(SetupSession("h", CloseMode::kNever).status(), TOVAK_E_SETUP_OPEN); }
-  EXPECT_EQ(IndexDb().log, (CallLog{"Close", "open", "Close"}));
-  EXPECT_EQ(SetupDb().log, (CallLog{"open", "open", "Close"}));
 }
 
 }  // namespace

@@ -71,6 +71,8 @@ TEST_F(SettingsTest, FailuresReleaseEverythingAndCloseOnRequest) {
   modules = Table{-2, {}};
   EXPECT_EQ(Settings(2), 0);
   EXPECT_TRUE(SetupDb().closeCalls + IndexDb().closeCalls == 4 && all == nullptr && count == 77);
+  std::tie(SetupDb().connected, SetupDb().openResult) = std::pair(false, 1);
+  EXPECT_EQ(Settings(0), TOVAK_E_SETUP_OPEN);
 }
 
 // The shot log's row is read strictly (a shot number or "", and t or f), else no log; no row keeps none.
