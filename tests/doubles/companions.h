@@ -262,9 +262,7 @@ ScriptedClient& Client();
 
 // Configuration seen by CClientEnvironment::getEnv.
 void SetConfig(const std::string& key, const std::string& value);
-void UnsetConfig(const std::string& key);
 int SetEnvCalls();
-int ReleaseCalls();  // calls of tovakRelease()
 
 // Back to a freshly loaded library: protocol undecided, no remote server,
 // verbose off, closing after each call, no singletons or configuration.

@@ -87,12 +87,6 @@ TEST_F(BuilderTest, CellsBecomeWords) {
     table.rows[0][c.column] = c.cell;
     EXPECT_TRUE(Has(List(1), std::string(" ") + c.entry + "\n")) << c.cell << ":\n" << List(1);
   }
-  const struct { int status; std::optional<std::string> name; std::string entry; } hosts[] = {
-      {-1, "dtshost", "-"} /* released all the same */, {0, std::string(300, 'h'), std::string(255, 'h')}, {0, std::nullopt, "-"}};
-  for (const auto& c : hosts) {
-    IndexDb().hostName = [&](int) { return std::pair{c.status, c.name}; };
-    EXPECT_TRUE(Has(List(1), " HostName " + c.entry + "\n")) << List(1);
-  }
 }
 
 TEST_F(BuilderTest, EntriesAreAppendedOnlyOnSuccess) {
@@ -176,34 +170,6 @@ TEST_F(CountTest, FailuresLeaveCountZero) {
   IndexDb().openResult = 1;
   EXPECT_EQ(Count(1, 0), Answer(-102, 0, 1, 0, kUnwritten));
   EXPECT_EQ(tovakGetDTSParametersCount("idx", "D", "M", 1, 0, nullptr, nullptr, nullptr, nullptr), -13);
-}
-
-// Under V2 the remote server's list, count and statuses reach the caller.
-TEST_F(CountTest, RemoteAnswersPassThrough) {
-  ResetCompanions();
-  SetConfig("KOVD_GRPC", "grpc://srv:1");
-  std::string seen, list = "CParamSet 1 1\n1 C two%20words%0A\n";
-  int status = 0;
-  Client().getDTSParameters = [&](auto&&... a) { seen = Call("", a...), std::get<5>(std::tie(a...)) = list; return status; };
-  Client().getDTSParametersCount = [&](const char* dts, const char* module, unsigned shot, unsigned short sub, int first,
-                                       int last, int* count, int* firstOut, int* lastOut, std::string& name) {
-    seen = Call("", dts, module, shot, sub, first, last);
-    return std::tie(*count, *firstOut, *lastOut, name) = std::tuple(70000, 3, 16, std::string(70, 'N')), status;
-  };
-  CParamSet set;
-  set.AddParam("mine", 1);
-  ASSERT_EQ(Build(set, 3, "NONAME"), 0);
-  EXPECT_EQ(seen + set.GetString(), "(DTS1,NONAME,1234,2,3,)CParamSet 1 2\n2 mine 1\n1 C two%20words%0A\n");
-  // Of the count only the low 16 bits reach the caller, of the name 63 characters.
-  EXPECT_EQ(Count(2, 0, "NONAME"), Answer(0, 70000 - 65536, 3, 16, std::string(63, 'N')));
-  EXPECT_EQ(seen, "(DTS1,NONAME,1234,2,2,0)");
-  EXPECT_TRUE(IndexDb().log.empty());
-  status = 5;  // failures, and a list that does not parse, leave the outputs alone
-  EXPECT_EQ(Count(1, 0), Answer(5, 0, 3, 16, kUnwritten));
-  std::tie(status, list) = std::pair(0, "garbage");
-  EXPECT_EQ((std::pair{Build(set, 1), set.GetParamCount()}), std::pair(0, 2));
-  Client().connectResult = -1;
-  EXPECT_EQ(Count(1, 0), Answer(-599, 0, 1, 0, kUnwritten));
 }
 
 }  // namespace
