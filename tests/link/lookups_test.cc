@@ -72,7 +72,6 @@ TEST_F(LinkTest, RowReadThenDeletedBeforeClosing) {
 TEST_F(LinkTest, OptionsText) {
   IndexDb().hostId = [](const std::string& name) { return name == "m1" ? 41 : -5; };
   IndexDb().camacId = [](const std::string&) { return 42; };
-  const std::string w64(64, '1'), x240(240, 'x');  // w64: one character more than the word buffer holds
   const std::string kPlain = "FPGA-DTS|t1|t2|3|4|7|8|Internal|";
   // Options, then the ends of both lookups' outputs.
   const struct { std::string options, infox, clk; } cases[] = {
@@ -81,10 +80,6 @@ TEST_F(LinkTest, OptionsText) {
       {"ClkDTS FPGA nobody W ClkDTS", "0|1|-5|W|0|", "-|-|FPGA|nobody|W|0|"},
       {"ClkDTS VME-DTS m1 Y SampInterval -6", "0|-6|0|Y|0|", "-|-6|VME-DTS|m1|Y|0|"},
       {"PreSample 4 SampInterval 4294967296 PreSample", "4|1|0|-|0|", "4|4294967296|-|-|-|0|"},
-      {"PreSample " + w64 + " ClkDTS VME " + w64 + " W", "0|1|0|W|0|", w64 + "|-|VME|" + w64 + "|W|0|"},
-      // Cut at 255: a word ending there is read, a group the cut splits sets nothing.
-      {x240 + " PreSample 1234", "1234|1|0|-|0|", "1234|-|-|-|-|0|"}, {x240 + " PreSample 12345", "0|1|0|-|0|", "-|-|-|-|-|0|"},
-      {x240 + " ClkDTS VME m1 " + w64, "0|1|0|-|0|", "-|-|-|-|-|0|"},
       {"ClkDTS VME m1 W ClkDTS CAMAC", "0|1|41|W|0|", "-|-|VME|m1|W|0|"},  // a ClkDTS without its name: the earlier stays
       {"notSupportedNow PreSample 5 ClkDTS VME m1 W", "5|1|41|W|-53|", "5|-|VME|m1|W|-53|"},
       // One separator counted per word: extra blanks set the reading position back.
