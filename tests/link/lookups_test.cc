@@ -19,7 +19,7 @@ struct Channel {
   short sub, key1, key2;
   const char* server;
 };
-const Channel kChannel{"diag", 100, 2, 3, -4, "dbhost/UBO::index"}, kRemote{"diag", 100, 2, 3, -4, "grpc://srv:5/ubo"};
+const Channel kChannel{"diag", 100, 2, 3, -4, "dbhost/UBO::index"};
 
 template <class... T>
 std::string Join(const T&... values) {
@@ -103,25 +103,6 @@ TEST_F(LinkTest, Failures) {
     seen += IndexDb().log.back() + std::to_string(IndexDb().log.size());
     EXPECT_EQ(seen, "-|-|-|-9|-9|-9|-9|-|0|1|0|-|" + status + "-|-|-|-|-|-9|-9|-|-|-|-|-|-|" + status + "Close" + std::to_string(c.calls * 2));
   }
-}
-
-void Fill(std::string& text, int& n) { text = "r" + std::to_string(n++); }
-void Fill(const void*, int&) {}  // numbers are left as they are
-
-TEST_F(LinkTest, RemoteTextsCopiedOnlyOnSuccess) {
-  int answer = 0;  // the client's status
-  const auto client = [&answer](const char* diag, unsigned shot, int sub, int k1, int k2, auto&&... outputs) {
-    EXPECT_EQ(Join(diag, shot, sub, k1, k2), "diag|100|2|3|-4|");
-    int n = 0;
-    return (Fill(outputs, n), ...), answer;
-  };
-  Client().getDTSinfox = client;
-  Client().getDTSinfoCLK = client;
-  EXPECT_EQ(InfoClk(kRemote) + Infox(kRemote), "r0|r1|r2|r3|r4|-9|-9|r5|r6|r7|r8|r9|r10|0|r0|r1|r2|-9|-9|-9|-9|r3|0|1|0|r4|0|");
-  answer = -54;
-  EXPECT_EQ(Infox(kRemote) + InfoClk(kRemote), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|-54|-|-|-|-|-|-9|-9|-|-|-|-|-|-|-54|");
-  Client().connectResult = 2;
-  EXPECT_EQ(Infox(kRemote) + InfoClk(kRemote), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|-599|-|-|-|-|-|-9|-9|-|-|-|-|-|-|-599|");
 }
 
 }  // namespace

@@ -45,16 +45,13 @@ TEST_F(SettingsTest, ChannelRowsByPositionAndQueryStatuses) {
 
 TEST_F(SettingsTest, CombinedSettingsOwnTheirChannels) {
   modules.rows.push_back({std::string(70, 'k'), ""});  // keys are cut to 63 characters
-  SetConfig("KOVD_GRPC", "grpc://srv:1");              // the databases are asked all the same
   ASSERT_EQ(Settings(0), 0);
   EXPECT_EQ(std::to_string(count) + all[1].module.key1 + all[1].module.key2 + all[3].module.key1, "4Bb" + std::string(63, 'k'));
   EXPECT_TRUE(all[0].chCount == 1 && all[2].chCount == 2 && all[2].chSettings[1].column0 == 2 && all[1].chCount == 0 &&
               all[1].chSettings == nullptr);  // B: no rows (-2)
   EXPECT_EQ(SetupDb().log, (CallLog{"open", "get_dmod_diag_shot(diag,10,1)", "delete"}));
-  EXPECT_EQ(cleanup_DTSsettingsArray(all, count), 0);
-  for (int i = 0; i < count; ++i) EXPECT_EQ(all[i].chSettings, nullptr) << i;
+  EXPECT_EQ(cleanup_DTSsettingsArray(all, count) + (all[2].chSettings != nullptr) + cleanup_DTSsettingsArray(nullptr, 5), 0);
   delete[] all;
-  EXPECT_EQ(cleanup_DTSmoduleArray(nullptr, 1) + cleanup_DTSchSettingsArray(nullptr, 1) + cleanup_DTSsettingsArray(nullptr, 5), 0);
 }
 
 TEST_F(SettingsTest, FailuresReleaseEverythingAndCloseOnRequest) {
@@ -80,10 +77,9 @@ TEST_F(CompanionTest, ShotRecordReadsTheLogRowStrictly) {
       {{0, {{"1", "true"}}}, -150, 7, 7}, {{0, {{"1", "t"}, {"2", "t"}}}, -150, 7, 7}};
   for (const auto& c : cases) {
     IndexDb().shotRecord = [&c](auto&&...) { return c.row; };
-    int64_t newest = 7;
-    int recorded = 7;
-    EXPECT_EQ(tovakGetShotRecord("idx", 5, 4294967295u, &newest, &recorded), c.status);
-    EXPECT_EQ(std::pair(newest, recorded), std::pair(c.newest, c.recorded)) << c.row.rows.size();
+    std::pair<int64_t, int> seen{7, 7};
+    EXPECT_EQ(tovakGetShotRecord("idx", 5, 4294967295u, &seen.first, &seen.second), c.status);
+    EXPECT_EQ(seen, std::pair(c.newest, c.recorded)) << c.row.rows.size();
   }
   EXPECT_EQ(CallLog(IndexDb().log.end() - 4, IndexDb().log.end()), (CallLog{"open", "get_shot_record(5,4294967295)", "delete", "Close"}));
 }
