@@ -31,6 +31,8 @@ TEST_F(AccessTest, ProtocolIsDecidedOnceUnlessChosen) {
   const int chosenV1 = isTovakProtocolV2("grpc://x");
   setTovakProtocolV2(nullptr);  // keeps the server
   EXPECT_EQ((std::tuple{chosenV1, isTovakProtocolV2(nullptr), std::string(ServerV2Name)}), std::tuple(0, 1, "grpc://srv:7/ubo"));
+  setTovakProtocolV2("grpc://second");
+  EXPECT_STREQ(ServerV2Name, "grpc://second");
   ResetCompanions();
   SetConfig("KOVD_GRPC", "grpc://configured:9/cfg");  // wins over every name
   EXPECT_EQ(isTovakProtocolV2("dbhost"), 1);

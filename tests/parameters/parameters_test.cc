@@ -104,10 +104,8 @@ TEST_F(BuilderTest, EntriesAreAppendedOnlyOnSuccess) {
   }
 }
 
-using ExportTest = DtsTest;
-
 // The fixed-width forms: records of 64 and 128 bytes, filled past the list, cut at the count asked for.
-TEST_F(ExportTest, FixedWidthRecords) {
+TEST_F(DtsTest, FixedWidthExportRecords) {
   std::string names(41 * 64, '#'), values(41 * 128, '#');
   std::vector<int> tags(41, -7);
   const auto record = [&](int i) { return names.substr(i * 64, 64) + values.substr(i * 128, 128) + std::to_string(tags[i]); };
