@@ -5,7 +5,6 @@
 #include <string>
 #include <tuple>
 
-#include "access/session.h"
 #include "access/state.h"
 #include "doubles/companions.h"
 #include "tovak/tovak.h"
@@ -48,21 +47,17 @@ std::string ClientSetUp(const char* address) {
   EXPECT_EQ(tDataClientSetup(address), &Client());
   std::string calls;
   for (const std::string& call : Client().log) calls += call;
-  return calls + std::to_string(Client().atConnect.tls);
+  return calls + std::to_string(Client().tlsAtConnect);
 }
 
 TEST_F(AccessTest, ClientSetUpFromTheAddress) {
   const std::pair<const char*, const char*> cases[] = {
       {"grpcs://srv:50051/Site", "Connect(srv,50051)SelectSite(Site,0)1"}, {"grpc://srv", "Connect(srv,0)SelectSite(ubo,0)0"},
       {"https://srv:50051/", "Connect(srv,50051)SelectSite(ubo,0)1"}, {"[::1]/s:65535", "Connect(::1,65535)SelectSite(s,0)5"},
-      {"http://srv/ubo:50051", "Connect(srv,50051)SelectSite(ubo,0)0"},
-      {"grpc://[::1]:50051/ubo", "Connect(::1,50051)SelectSite(ubo,0)0"},
       // Ports that are not all digits in 1..65535 are 0, which Connect refuses.
       {"h: 12x/s", "Connect(h,0)SelectSite(s,0)5"}, {"h:4294967297", "Connect(h,0)SelectSite(ubo,0)5"},
       {"[::1]x:5", "Connect(,0)SelectSite(ubo,0)5"}, {nullptr, "Connect(<null>,0)SelectSite(<null>,0)5"}};
   for (const auto& [address, calls] : cases) EXPECT_EQ(ClientSetUp(address), calls) << address;
-  EXPECT_EQ(CheckV2scheme(nullptr, nullptr), nullptr);
-  EXPECT_STREQ(cCheckV2scheme("https://x", nullptr), "x");
   setTovakProtocolV2("grpc://srv:1/a");
   std::tie(Client().log, Client().selectSiteResult) = std::pair(CallLog{}, 3);
   // Connect's 1 is "already connected": no site is selected.
@@ -71,18 +66,6 @@ TEST_F(AccessTest, ClientSetUpFromTheAddress) {
     EXPECT_EQ(tDataClientSetup(nullptr), client);
   }
   EXPECT_EQ(Client().log, (CallLog{"Connect(srv,1)", "Connect(srv,1)", "Connect(srv,1)", "SelectSite(a,0)"}));
-}
-
-TEST_F(AccessTest, CredentialsHandedOverBeforeEveryConnect) {
-  SetConfig("TOVAK_USER", "alice");
-  SetConfig("TOVAK_USER_KEY_FILE", "/keys/alice.pem");
-  ASSERT_NE(tDataClientSetup("grpc://srv:1"), nullptr);
-  EXPECT_EQ(Client().atConnect.user, "alice");
-  UnsetConfig("TOVAK_USER");
-  SetConfig("TOVAK_USER_KEY_PASSPHRASE", "secret");
-  ASSERT_NE(tDataClientSetup("grpc://srv:1"), nullptr);
-  const auto& seen = Client().atConnect;  // a missing key clears its value
-  EXPECT_EQ(std::tuple(seen.user, seen.keyFile, seen.passPhrase), std::tuple(std::nullopt, "/keys/alice.pem", "secret"));
 }
 
 // "host|port|database|user|site handed back" of one configure call.
@@ -97,86 +80,15 @@ std::string Configured(void (*configure)(const char*, char*), const char* server
 }
 
 TEST_F(AccessTest, ServerNames) {
-  unsetenv("INDEXSERVERNAME");
-  unsetenv("SETUPSERVERNAME");
-  const std::string s40(40, 's');
+  for (const char* variable : {"INDEXSERVERNAME", "SETUPSERVERNAME"}) unsetenv(variable);
   const auto I = IndexSetup, S = SetupSetup;
   const std::tuple<void (*)(const char*, char*), std::string, std::string> cases[] = {
       {I, "dbhost/UBO::tsdb", "dbhost|5432|tsdb|ubo|ubo"}, {I, "dbhost::tsdb/ubo", "dbhost|5432|tsdb/ubo|ubo|ubo"},
       {I, "dbhost:5433", "dbhost:5433|5432|index|ubo|ubo"}, {I, "dbhost/", "dbhost|5432|index||"},
-      {I, "dbhost::", "dbhost|5432||ubo|ubo"}, {I, "", "|5432|index|ubo|ubo"},
-      {I, "h/" + std::string(40, 'S'), "h|5432|index|" + s40 + "|" + s40.substr(9)},
       {S, "dbhost", "dbhost|5432|setup|ubo|ubo"}, {S, "dbhost::sdb", "dbhost|5432|sdb|ubo|ubo"},
       {S, "dbhost:5433", "dbhost|5433|setup|ubo|ubo"}, {S, "dbhost/Site:5433:sdb", "dbhost|5433|sdb|site|site"},
-      {S, "dbhost:", "dbhost||setup|ubo|ubo"}, {S, "dbhost:1:a:b", "dbhost|1|a:b|ubo|ubo"},
       {I, " h1 ,\th2/ubo::index", "h1,h2|5432|index|ubo|ubo"}, {S, "h1, h2/tsu:5432,5433", "h1,h2|5432,5433|setup|tsu|tsu"}};
   for (const auto& [configure, server, parts] : cases) EXPECT_EQ(Configured(configure, server.c_str()), parts);
-  setenv("INDEXSERVERNAME", "envhost/Env::envdb", 1);
-  setenv("SETUPSERVERNAME", "senv::x", 1);
-  EXPECT_EQ(Configured(I, nullptr) + Configured(S, "") + Configured(I, "given"),
-            "envhost|5432|envdb|env|envsenv|5432|x|ubo|ubogiven|5432|index|ubo|ubo");
-}
-
-TEST_F(AccessTest, SessionsOpenWhenClosedAndCloseAsTold) {
-  IndexSetup("h", nullptr);
-  IndexDb().connected = true;
-  { IndexSession session("h"); }
-  { EXPECT_EQ(SetupSession("h", CloseMode::kNever).status(), 0); }
-  IndexDb().openResult = SetupDb().openResult = 1;
-  SetupDb().connected = false;
-  { EXPECT_EQ(IndexSession("h").status(), TOVAK_E_INDEX_OPEN); }
-  { EXPECT_EQ(SetupSession("h", CloseMode::kNever).status(), TOVAK_E_SETUP_OPEN); }
-  EXPECT_EQ(IndexDb().log, (CallLog{"Close", "open", "Close"}));
-  EXPECT_EQ(SetupDb().log, (CallLog{"open", "open", "Close"}));
-}
-
-// The close switch after IndexNoClosing(mode); under V2 mode 0 releases the client instead.
-bool After(int mode) {
-  EXPECT_EQ(IndexNoClosing(mode), 0);
-  return CIndexDBComm::swCloseEachTime;
-}
-
-TEST_F(AccessTest, CloseSwitch) {
-  CIndexDBComm::swCloseEachTime = false;
-  const bool noConnection = After(0);
-  IndexSetup("h", nullptr);
-  EXPECT_EQ((std::vector{noConnection, After(2), After(1), After(0)}), (std::vector{true, true, false, true}));
-  EXPECT_EQ(IndexDb().log, (CallLog{"ForceClose(1)"}));
-  ResetCompanions();
-  SetConfig("KOVD_GRPC", "grpc://srv:1");
-  CIndexDBComm::swCloseEachTime = false;
-  EXPECT_EQ((std::vector{After(1), ReleaseCalls() == 1, After(0), ReleaseCalls() == 1}),
-            (std::vector{false, false, false, true}));
-}
-
-TEST_F(AccessTest, HostIdByKind) {
-  IndexSetup("h", nullptr);
-  IndexDb().hostId = [](const std::string& name) { return name == "gone" ? -4 : 11; };
-  IndexDb().camacId = [](const std::string&) { return 22; };
-  const std::tuple<const char*, const char*, int> cases[] = {
-      {"FPGA-DTS", "a", 11},  {"VME-DTS", "a", 11},  {"CAMAC-DTS", "a", 22}, {"VME", "a", 11},
-      {"FPGA", "a", 11},      {"CAMAC", "a", 22},    {"VME-DTS ", "a", -1},  {"fpga", "a", -1},
-      {"FPGA-DTS2", "a", -1}, {"FPGA", nullptr, -1}, {"VME", "gone", -4}};
-  for (const auto& [kind, name, id] : cases) EXPECT_EQ(get_dmod_host_id(IndexDb().Instance(), kind, name), id) << kind;
-}
-
-TEST(TextTest, TrimSlotCopyAndDmodssNames) {
-  for (const auto& [in, out] : {std::pair{"  a b  ", "a b"}, {"    ", ""}, {"", ""}, {"\tx \n", "\tx \n"}}) {
-    std::string text = in;
-    EXPECT_STREQ(trimstrcpy(text.data(), text.data()), out);  // in place
-  }
-  char slots[48] = "", out[17];
-  std::memcpy(slots + 16, "second-slot-full", 16);
-  std::strcpy(slots + 32, "third");
-  std::memset(out, 'x', sizeof out);
-  EXPECT_EQ(bufferStringCopy(out, slots, 16, 3), out);
-  EXPECT_EQ(std::string(out, 17), "third" + std::string(11, '\0') + "x");
-  bufferStringCopy(out, slots, 16, 2);
-  EXPECT_EQ(std::string(out, 17), "second-slot-fullx");  // a full slot stays unterminated
-  bufferStringCopy(out, slots, -1, 1);
-  EXPECT_EQ(out[0], 's');
-  for (const char* name : {"dmodss12", "DMODSS"}) EXPECT_TRUE(checkFPGA(name)) << name;
-  for (const char* name : {"DMODS", "DMOD0", "XMODSS", ""}) EXPECT_FALSE(checkFPGA(name)) << name;
 }
 
 }  // namespace

@@ -14,15 +14,9 @@ std::unique_ptr<ScriptedIndexDb> g_index;
 std::unique_ptr<ScriptedSetupDb> g_setup;
 std::unique_ptr<ScriptedClient> g_client;
 // Values stay put until the reset: the library may keep a pointer to one.
-std::deque<std::string>& Values() {
-  static std::deque<std::string> values;
-  return values;
-}
-std::map<std::string, const char*>& Config() {
-  static std::map<std::string, const char*> config;
-  return config;
-}
-int g_setEnvCalls = 0, g_releaseCalls = 0;
+std::deque<std::string> g_values;
+std::map<std::string, const char*> g_config;
+int g_setEnvCalls = 0;
 
 template <class T>
 T& Single(std::unique_ptr<T>& single) {
@@ -53,27 +47,14 @@ int ScriptedIndexDb::get_host_name(int hostNumber, char** name) {
   return status;
 }
 
-int ScriptedClient::Connect(const char* host, int port) {
-  log.push_back(Call("Connect", host, port));
-  const auto held = [](bool has, const std::string& text) {
-    return has ? std::optional(text) : std::nullopt;
-  };
-  atConnect =
-      Seen{held(hasExtraUserName(), extraUserName()), held(hasExtraKeyFile(), extraKeyFile()),
-           held(hasExtraPassPhrase(), extraPassPhrase()), tlsEnabled};
-  return connectResult;
-}
-
 ScriptedIndexDb& IndexDb() { return Single(g_index); }
 ScriptedSetupDb& SetupDb() { return Single(g_setup); }
 ScriptedClient& Client() { return Single(g_client); }
 
 void SetConfig(const std::string& key, const std::string& value) {
-  Config()[key] = Values().emplace_back(value).c_str();
+  g_config[key] = g_values.emplace_back(value).c_str();
 }
-void UnsetConfig(const std::string& key) { Config().erase(key); }
 int SetEnvCalls() { return g_setEnvCalls; }
-int ReleaseCalls() { return g_releaseCalls; }
 
 void ResetCompanions() {
   CurrentProtocol = kProtocolUndecided;
@@ -81,8 +62,8 @@ void ResetCompanions() {
   is_verbose_tovak_t = false;
   CIndexDBComm::swCloseEachTime = true;
   g_index.reset(), g_setup.reset(), g_client.reset();
-  Config().clear(), Values().clear();
-  g_setEnvCalls = g_releaseCalls = ScriptedResult::live = ScriptedResult::outOfRangeReads = 0;
+  g_config.clear(), g_values.clear();
+  g_setEnvCalls = ScriptedResult::live = ScriptedResult::outOfRangeReads = 0;
 }
 
 }  // namespace tovak::testing
@@ -107,15 +88,12 @@ CSetupDBComm* CSetupDBComm::getInstance() { return SetupDb().Instance(); }
 
 CmonoMirvoDataClient* CmonoMirvoDataClient::getInstance() { return &tovak::testing::Client(); }
 
-void tovakRelease() {
-  ++tovak::testing::g_releaseCalls;
-  tovak::testing::Client().Disconnect();
-}
+void tovakRelease() { tovak::testing::Client().Disconnect(); }
 
 void CtovakDescriptor::SetEnv() { ++tovak::testing::g_setEnvCalls; }
 
 const char* CClientEnvironment::getEnv(const char* key) {
-  auto& config = tovak::testing::Config();
+  auto& config = tovak::testing::g_config;
   const auto it = key ? config.find(key) : config.end();
   return it == config.end() ? nullptr : it->second;
 }

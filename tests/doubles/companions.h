@@ -165,56 +165,46 @@ struct FunctionOf<Result (Class::*)(Args...)> {
 template <auto member>
 using Scripted = typename FunctionOf<decltype(member)>::type;
 
-// Operations are answered by the member of the same name; the log records
-// "Connect(srv,50051)", "SelectSite(ubo,0)", "Disconnect" and operation names.
+// Two operations are answered by the member of the same name, the others fail the
+// test; the log records "Connect(srv,50051)", "SelectSite(ubo,0)", "Disconnect" and
+// operation names.
 class ScriptedClient final : public CmonoMirvoDataClient {
  public:
   int connectResult = 0, selectSiteResult = 0;
+  int tlsAtConnect = -1;  // the TLS flag at the last Connect
   CallLog log;
-  struct Seen {  // credentials and TLS flag at the last Connect
-    std::optional<std::string> user, keyFile, passPhrase;
-    int tls = 0;
-  } atConnect;
 
-  Scripted<&CmirvoClient::GetDTSinfox> getDTSinfox;
-  Scripted<&CmirvoClient::GetDTSinfoCLK> getDTSinfoCLK;
-  Scripted<&CmirvoClient::SamplingCycle> samplingCycle;
   Scripted<&CmirvoClient::Sampling0Timing> sampling0Timing;
   Scripted<&CmirvoClient::GetDTSdatax2> getDTSdatax2;
-  Scripted<&CmirvoClient::GetDTSParameters> getDTSParameters;
-  Scripted<&CmirvoClient::GetDTSParametersCount> getDTSParametersCount;
 
   void Disconnect() override { log.push_back("Disconnect"); }
-  int Connect(const char* host, int port) override;
+  int Connect(const char* host, int port) override {
+    log.push_back(Call("Connect", host, port)), tlsAtConnect = tlsEnabled;
+    return connectResult;
+  }
   int SelectSite(const char* site, int option) override {
     log.push_back(Call("SelectSite", site, option));
     return selectSiteResult;
   }
-  int GetDTSinfox(const char* diag, unsigned shot, int sub, int key1, int key2, std::string& kind,
-                  std::string& text1, std::string& text2, short* num3, short* num4, int* setting,
-                  int* num8, std::string& source, int* pre, int* interval, int* clkHostId,
-                  std::string& word3) override {
-    return Op("GetDTSinfox", getDTSinfox, diag, shot, sub, key1, key2, kind, text1, text2, num3,
-              num4, setting, num8, source, pre, interval, clkHostId, word3);
+  int GetDTSinfox(const char*, unsigned, int, int, int, std::string&, std::string&, std::string&,
+                  short*, short*, int*, int*, std::string&, int*, int*, int*,
+                  std::string&) override {
+    return Unscripted("GetDTSinfox");
   }
-  int GetDTSinfoCLK(const char* diag, unsigned shot, int sub, int key1, int key2, std::string& kind,
-                    std::string& text1, std::string& text2, std::string& text3, std::string& text4,
-                    int* setting, int* num8, std::string& source, std::string& pre,
-                    std::string& interval, std::string& clkType, std::string& clkHost,
-                    std::string& word3) override {
-    return Op("GetDTSinfoCLK", getDTSinfoCLK, diag, shot, sub, key1, key2, kind, text1, text2,
-              text3, text4, setting, num8, source, pre, interval, clkType, clkHost, word3);
+
+  int GetDTSinfoCLK(const char*, unsigned, int, int, int, std::string&, std::string&, std::string&,
+                    std::string&, std::string&, int*, int*, std::string&, std::string&,
+                    std::string&, std::string&, std::string&, std::string&) override {
+    return Unscripted("GetDTSinfoCLK");
   }
-  int SamplingCycle(const char* clkType, const char* clkHost, const char* clkModule,
-                    const char* clkOutput, const char* trgType, const char* trgHost,
-                    const char* trgModule, const char* trgOutput, int intervalIn, unsigned shot,
-                    unsigned short sub, const char* source, const char* internalClock,
-                    const char* multiplier, int* interval, int64_t* period, int64_t* clockStart,
-                    int64_t* trigger, int64_t* cycle) override {
-    return Op("SamplingCycle", samplingCycle, clkType, clkHost, clkModule, clkOutput, trgType,
-              trgHost, trgModule, trgOutput, intervalIn, shot, sub, source, internalClock,
-              multiplier, interval, period, clockStart, trigger, cycle);
+
+  int SamplingCycle(const char*, const char*, const char*, const char*, const char*, const char*,
+                    const char*, const char*, int, unsigned, unsigned short, const char*,
+                    const char*, const char*, int*, int64_t*, int64_t*, int64_t*,
+                    int64_t*) override {
+    return Unscripted("SamplingCycle");
   }
+
   int Sampling0Timing(unsigned char fromClockStart, const char* trgType, const char* trgHost,
                       const char* trgModule, const char* trgOutput, unsigned shot,
                       unsigned short sub, const char* source, const char* preSample, int64_t period,
@@ -234,24 +224,25 @@ class ScriptedClient final : public CmonoMirvoDataClient {
               clkHost, clkModule, clkOutput, intervalIn, count, shot, sub, source, internalClock,
               multiplier, preSample, lastSample, interval, period, delay);
   }
-  int GetDTSParameters(const char* dts, const char* module, unsigned shot, unsigned short sub,
-                       unsigned short channel, std::string& text) override {
-    return Op("GetDTSParameters", getDTSParameters, dts, module, shot, sub, channel, text);
+  int GetDTSParameters(const char*, const char*, unsigned, unsigned short, unsigned short,
+                       std::string&) override {
+    return Unscripted("GetDTSParameters");
   }
-  int GetDTSParametersCount(const char* dts, const char* module, unsigned shot, unsigned short sub,
-                            int first, int last, int* count, int* firstOut, int* lastOut,
-                            std::string& name) override {
-    return Op("GetDTSParametersCount", getDTSParametersCount, dts, module, shot, sub, first, last,
-              count, firstOut, lastOut, name);
+
+  int GetDTSParametersCount(const char*, const char*, unsigned, unsigned short, int, int, int*,
+                            int*, int*, std::string&) override {
+    return Unscripted("GetDTSParametersCount");
   }
 
  private:
+  int Unscripted(const char* name) {
+    ADD_FAILURE() << "unscripted remote " << name;
+    return -1;
+  }
   template <class Script, class... Args>
   int Op(const char* name, const Script& script, Args&&... args) {
     log.push_back(name);
-    if (script) return script(std::forward<Args>(args)...);
-    ADD_FAILURE() << "unscripted remote " << name;
-    return -1;
+    return script ? script(std::forward<Args>(args)...) : Unscripted(name);
   }
 };
 
@@ -262,9 +253,7 @@ ScriptedClient& Client();
 
 // Configuration seen by CClientEnvironment::getEnv.
 void SetConfig(const std::string& key, const std::string& value);
-void UnsetConfig(const std::string& key);
 int SetEnvCalls();
-int ReleaseCalls();  // calls of tovakRelease()
 
 // Back to a freshly loaded library: protocol undecided, no remote server,
 // verbose off, closing after each call, no singletons or configuration.

@@ -13,29 +13,26 @@ namespace {
 
 constexpr int64_t k2p53 = int64_t{1} << 53, kMax = std::numeric_limits<int64_t>::max();
 
-// Entry k on its own: delay + (k + 1) x period picoseconds (modulo 2^64), in seconds.
-template <class T>
-T Entry(int64_t delay, int64_t period, int64_t k) {
-  const auto ps = static_cast<int64_t>(
-      static_cast<uint64_t>(delay) + static_cast<uint64_t>(k + 1) * static_cast<uint64_t>(period));
-  if constexpr (sizeof(T) == sizeof(float))
-    return static_cast<float>(ps) / 999999995904.0f;
-  else
-    return static_cast<double>(ps) / 1e12;
-}
-
+// Entry k against delay + (k + 1) x period ps (modulo 2^64) in seconds, with a guard each side.
 template <class T>
 void CheckAxis(VectorIsa isa, int64_t delay, int64_t period, int64_t count) {
-  std::vector<T> axis(static_cast<size_t>(count) + 2, T{-7}), want(axis);  // with a guard each side
+  std::vector<T> axis(static_cast<size_t>(count) + 2, T{-7}), want(axis);
   FillTimeAxis(isa, axis.data() + 1, count, delay, period);
-  for (int64_t k = 0; k < count; ++k) want[k + 1] = Entry<T>(delay, period, k);
+  for (int64_t k = 0; k < count; ++k) {
+    const auto ps =
+        static_cast<int64_t>(static_cast<uint64_t>(delay) +
+                             static_cast<uint64_t>(k + 1) * static_cast<uint64_t>(period));
+    if constexpr (sizeof(T) == sizeof(float))
+      want[k + 1] = static_cast<float>(ps) / 999999995904.0f;
+    else
+      want[k + 1] = static_cast<double>(ps) / 1e12;
+  }
   ASSERT_EQ(std::memcmp(axis.data(), want.data(), axis.size() * sizeof(T)), 0)
       << delay << " " << period;
 }
 
 TEST(TimeAxisTest, BitIdenticalToThePerEntryFormulaOnEveryKernel) {
-  // Long and odd-length axes, axes crossing the edges of the double range or wrapping 64 bits;
-  // random ones.
+  // Long and odd-length axes, axes crossing the edges of the double range or wrapping 64 bits.
   // clang-format off
   std::vector<std::vector<int64_t>> axes = {
       {30'000'000'000'000 - 1'100'000, 10000, 1'000'003}, {5'000'000, -333, 100'001},
@@ -51,10 +48,8 @@ TEST(TimeAxisTest, BitIdenticalToThePerEntryFormulaOnEveryKernel) {
   for (VectorIsa isa : {VectorIsa::kBase, VectorIsa::kAvx2, VectorIsa::kAvx512}) {
     if (!IsaSupported(isa)) continue;
     SCOPED_TRACE(static_cast<int>(isa));
-    for (const auto& a : axes) {
-      CheckAxis<double>(isa, a[0], a[1], a[2]);
-      CheckAxis<float>(isa, a[0], a[1], a[2]);
-    }
+    for (const auto& a : axes)
+      CheckAxis<double>(isa, a[0], a[1], a[2]), CheckAxis<float>(isa, a[0], a[1], a[2]);
   }
   double guard = -7;
   FillTimeAxis(&guard, 0, 0, 1);
