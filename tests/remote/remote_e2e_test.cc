@@ -127,6 +127,11 @@ TEST_F(RemoteTest, OnlyKnownUsersProvingTheirKeyAreAnsweredAndACallOnceByTheWhol
   const auto send = [&](const std::map<std::string, std::string>& metadata) {
     return CallWithPayload(PlainChannel(port), "SelectSite", "\x0a\x03ubo", metadata);
   };
+  const remote::PkeyPtr malloryKey = remote::LoadPrivateKey(mallory, "m", nullptr);
+  const grpc::Status forged = send(Signed(malloryKey.get(), "alice")),
+                     unknown = send(Signed(malloryKey.get(), "eve"));  // tell no user names apart
+  EXPECT_EQ(std::pair(forged.error_code(), forged.error_message()),
+            std::pair(unknown.error_code(), unknown.error_message()));
   const auto captured = Signed(aliceKey.get(), "alice");
   ASSERT_TRUE(send(captured).ok());
   const auto refused = [&] { return send(captured).error_code() == grpc::UNAUTHENTICATED; };

@@ -131,6 +131,24 @@ TEST_F(SamplingTest, FirstSampleFromTriggerClockStartOrLookup) {
   }
 }
 
+// The direct time base: the cycle and the first sample chained, lastSample moving the axis.
+TEST_F(SamplingTest, TimeBaseChainsCycleAndFirstSample) {
+  ScriptModule(kGood);  // 200 ns samples, trigger TRG1 at 1 us, sample 10 on it
+  const struct { const char *source, *trg; int64_t count, lastSample; int status; int64_t delay; } cases[] = {
+      {"Internal", "TRG1", 3, 0, 0, -1000000}, {"Internal", "TRG1", 3, 3, 0, -1000000},
+      {"Internal", "TRG1", -5, 0, 0, -1000000}, {"Internal", "TRG1", 3, 1003, 0, 199000000},  // ends at sample 1003
+      {"Internal", "TRG", 3, 0, -63, U}, {"internal", "TRG1", 3, 0, -53, U}};
+  for (const auto& c : cases) {
+    int interval = 7;
+    double period = U, delay = U;
+    const int status = tovakGetDTSdatax2_ex("db", "FPGA-DTS", "dts1", "DMOD01", c.trg, "FPGA-DTS", "dts1", "DMOD02",
+        "DCK1", &interval, c.count, 1234, 2, c.source, "100ns", "2", "10", c.lastSample, 1, 1, nullptr, &period,
+        &delay);
+    EXPECT_EQ(std::tie(status, interval, period, delay), std::make_tuple(c.status, c.status == -53 ? 7 : 100,
+              c.status ? U : 200000 / 1e12, c.status ? U : c.delay / 1e12)) << c.lastSample;
+  }
+}
+
 // The time base from the period and delay in ps as the remote side answers; the steps' remote forms.
 TEST_F(SamplingTest, RemoteFormsAndTheWholeTimeBase) {
   setTovakProtocolV2("grpc://srv:1");
