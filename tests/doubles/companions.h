@@ -81,10 +81,7 @@ class ScriptedConnection : public Connection {
   void Close() override { ++closeCalls, log.push_back("Close"), connected &= !ClosesOnClose(); }
   void ForceClose(int force) override { log.push_back(Call("ForceClose", force)), connected = 0; }
   bool is_open() const override { return connected; }
-  void Setup(const char* host, const char* port, const char* db, const char* user,
-             const char* password) {
-    setups.push_back({host, port, db, user, password});
-  }
+  void Setup(auto... fields) { setups.push_back({fields...}); }       // those of a SetupCall
   Connection* Instance() { return setups.empty() ? nullptr : this; }  // like the real ones
 
  protected:
@@ -179,12 +176,10 @@ class ScriptedClient final : public CmonoMirvoDataClient {
 
   void Disconnect() override { log.push_back("Disconnect"); }
   int Connect(const char* host, int port) override {
-    log.push_back(Call("Connect", host, port)), tlsAtConnect = tlsEnabled;
-    return connectResult;
+    return log.push_back(Call("Connect", host, port)), tlsAtConnect = tlsEnabled, connectResult;
   }
   int SelectSite(const char* site, int option) override {
-    log.push_back(Call("SelectSite", site, option));
-    return selectSiteResult;
+    return log.push_back(Call("SelectSite", site, option)), selectSiteResult;
   }
   // Forwarded as they come; the script's signature names them.
   int Sampling0Timing(unsigned char a, const char* b, const char* c, const char* d, const char* e,
