@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <tuple>
 
@@ -70,8 +69,7 @@ TEST_F(AccessTest, ClientSetUpFromTheAddress) {
 
 // "host|port|database|user|site handed back" of one configure call.
 std::string Configured(void (*configure)(const char*, char*), const char* server) {
-  char site[33];
-  std::memset(site, 'x', sizeof site);
+  char site[34] = "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx";
   configure(server, site);
   EXPECT_EQ(site[32], 'x');  // the site buffer holds 32 bytes
   const auto& s = configure == &IndexSetup ? IndexDb().setups.back() : SetupDb().setups.back();

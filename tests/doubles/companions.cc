@@ -20,8 +20,7 @@ int g_setEnvCalls = 0;
 
 template <class T>
 T& Single(std::unique_ptr<T>& single) {
-  if (!single) single = std::make_unique<T>();
-  return *single;
+  return single ? *single : *(single = std::make_unique<T>());
 }
 
 }  // namespace
@@ -38,10 +37,7 @@ const char* ScriptedResult::GetValue(int row, int column) const {
 
 int ScriptedIndexDb::get_host_name(int hostNumber, char** name) {
   log.push_back(Call("get_host_name", hostNumber));
-  if (!hostName) {
-    ADD_FAILURE() << "unscripted get_host_name";
-    return -1;
-  }
+  if (!hostName) return ADD_FAILURE() << "unscripted get_host_name", -1;
   auto [status, text] = hostName(hostNumber);
   if (text) *name = strdup(text->c_str());
   return status;

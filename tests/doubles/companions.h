@@ -81,10 +81,7 @@ class ScriptedConnection : public Connection {
   void Close() override { ++closeCalls, log.push_back("Close"), connected &= !ClosesOnClose(); }
   void ForceClose(int force) override { log.push_back(Call("ForceClose", force)), connected = 0; }
   bool is_open() const override { return connected; }
-  void Setup(const char* host, const char* port, const char* db, const char* user,
-             const char* password) {
-    setups.push_back({host, port, db, user, password});
-  }
+  void Setup(auto... fields) { setups.push_back({fields...}); }       // those of a SetupCall
   Connection* Instance() { return setups.empty() ? nullptr : this; }  // like the real ones
 
  protected:
@@ -179,66 +176,43 @@ class ScriptedClient final : public CmonoMirvoDataClient {
 
   void Disconnect() override { log.push_back("Disconnect"); }
   int Connect(const char* host, int port) override {
-    log.push_back(Call("Connect", host, port)), tlsAtConnect = tlsEnabled;
-    return connectResult;
+    return log.push_back(Call("Connect", host, port)), tlsAtConnect = tlsEnabled, connectResult;
   }
   int SelectSite(const char* site, int option) override {
-    log.push_back(Call("SelectSite", site, option));
-    return selectSiteResult;
+    return log.push_back(Call("SelectSite", site, option)), selectSiteResult;
   }
-  int GetDTSinfox(const char*, unsigned, int, int, int, std::string&, std::string&, std::string&,
-                  short*, short*, int*, int*, std::string&, int*, int*, int*,
-                  std::string&) override {
-    return Unscripted("GetDTSinfox");
+  // Forwarded as they come; the script's signature names them.
+  int Sampling0Timing(unsigned char a, const char* b, const char* c, const char* d, const char* e,
+                      unsigned f, unsigned short g, const char* h, const char* i, int64_t j,
+                      int64_t k, int64_t l, int64_t* m, int64_t* n) override {
+    return Op("Sampling0Timing", sampling0Timing, a, b, c, d, e, f, g, h, i, j, k, l, m, n);
   }
-
-  int GetDTSinfoCLK(const char*, unsigned, int, int, int, std::string&, std::string&, std::string&,
-                    std::string&, std::string&, int*, int*, std::string&, std::string&,
-                    std::string&, std::string&, std::string&, std::string&) override {
-    return Unscripted("GetDTSinfoCLK");
+  int GetDTSdatax2(const char* a, const char* b, const char* c, const char* d, const char* e,
+                   const char* f, const char* g, const char* h, int i, int64_t j, unsigned k,
+                   unsigned short l, const char* m, const char* n, const char* o, const char* p,
+                   int64_t q, int* r, int64_t* s, int64_t* t) override {
+    return Op("GetDTSdatax2", getDTSdatax2, a, b, c, d, e, f, g, h, i, j, k, l, m, n, o, p, q, r, s,
+              t);
   }
-
-  int SamplingCycle(const char*, const char*, const char*, const char*, const char*, const char*,
-                    const char*, const char*, int, unsigned, unsigned short, const char*,
-                    const char*, const char*, int*, int64_t*, int64_t*, int64_t*,
-                    int64_t*) override {
-    return Unscripted("SamplingCycle");
-  }
-
-  int Sampling0Timing(unsigned char fromClockStart, const char* trgType, const char* trgHost,
-                      const char* trgModule, const char* trgOutput, unsigned shot,
-                      unsigned short sub, const char* source, const char* preSample, int64_t period,
-                      int64_t clockStart, int64_t triggerIn, int64_t* trigger,
-                      int64_t* first) override {
-    return Op("Sampling0Timing", sampling0Timing, fromClockStart, trgType, trgHost, trgModule,
-              trgOutput, shot, sub, source, preSample, period, clockStart, triggerIn, trigger,
-              first);
-  }
-  int GetDTSdatax2(const char* trgType, const char* trgHost, const char* trgModule,
-                   const char* trgOutput, const char* clkType, const char* clkHost,
-                   const char* clkModule, const char* clkOutput, int intervalIn, int64_t count,
-                   unsigned shot, unsigned short sub, const char* source, const char* internalClock,
-                   const char* multiplier, const char* preSample, int64_t lastSample, int* interval,
-                   int64_t* period, int64_t* delay) override {
-    return Op("GetDTSdatax2", getDTSdatax2, trgType, trgHost, trgModule, trgOutput, clkType,
-              clkHost, clkModule, clkOutput, intervalIn, count, shot, sub, source, internalClock,
-              multiplier, preSample, lastSample, interval, period, delay);
-  }
-  int GetDTSParameters(const char*, const char*, unsigned, unsigned short, unsigned short,
-                       std::string&) override {
-    return Unscripted("GetDTSParameters");
-  }
-
-  int GetDTSParametersCount(const char*, const char*, unsigned, unsigned short, int, int, int*,
-                            int*, int*, std::string&) override {
-    return Unscripted("GetDTSParametersCount");
-  }
+#define TOVAK_UNSCRIPTED(op, ...) \
+  int op(__VA_ARGS__) override { return Unscripted(#op); }
+  using Text = std::string&;
+  TOVAK_UNSCRIPTED(GetDTSinfox, const char*, unsigned, int, int, int, Text, Text, Text, short*,
+                   short*, int*, int*, Text, int*, int*, int*, Text)
+  TOVAK_UNSCRIPTED(GetDTSinfoCLK, const char*, unsigned, int, int, int, Text, Text, Text, Text,
+                   Text, int*, int*, Text, Text, Text, Text, Text, Text)
+  TOVAK_UNSCRIPTED(SamplingCycle, const char*, const char*, const char*, const char*, const char*,
+                   const char*, const char*, const char*, int, unsigned, unsigned short,
+                   const char*, const char*, const char*, int*, int64_t*, int64_t*, int64_t*,
+                   int64_t*)
+  TOVAK_UNSCRIPTED(GetDTSParameters, const char*, const char*, unsigned, unsigned short,
+                   unsigned short, Text)
+  TOVAK_UNSCRIPTED(GetDTSParametersCount, const char*, const char*, unsigned, unsigned short, int,
+                   int, int*, int*, int*, Text)
+#undef TOVAK_UNSCRIPTED
 
  private:
-  int Unscripted(const char* name) {
-    ADD_FAILURE() << "unscripted remote " << name;
-    return -1;
-  }
+  int Unscripted(const char* name) { return ADD_FAILURE() << "unscripted remote " << name, -1; }
   template <class Script, class... Args>
   int Op(const char* name, const Script& script, Args&&... args) {
     log.push_back(name);

@@ -13,12 +13,7 @@
 namespace tovak::testing {
 namespace {
 
-struct Channel {
-  const char* diag;
-  unsigned shot;
-  short sub, key1, key2;
-  const char* server;
-};
+struct Channel { const char* diag; unsigned shot; short sub, key1, key2; const char* server; };
 const Channel kChannel{"diag", 100, 2, 3, -4, "dbhost/UBO::index"};
 
 template <class... T>
@@ -95,13 +90,11 @@ TEST_F(LinkTest, Failures) {
   const struct { int site, diag, link, open, status, calls; } cases[] = {{3, 0, -2, 0, -54, 6}, {3, 0, -1, 0, -54, 6},
       {3, 0, 0, 0, -54, 6} /* status 0, no row */, {3, -1, 0, 0, -103, 4}, {0, 0, 0, 0, -103, 3}, {3, 0, 0, 1, -102, 2}};
   for (const auto& c : cases) {
-    std::tie(siteId, diagId, IndexDb().openResult) = std::tuple(c.site, c.diag, c.open);
-    IndexDb().log.clear();
+    std::tie(siteId, diagId, IndexDb().openResult, IndexDb().log) = std::tuple(c.site, c.diag, c.open, CallLog{});
     Answer({c.link, {}});
     const std::string status = std::to_string(c.status) + "|";
-    std::string seen = Infox(kChannel) + InfoClk(kChannel);
-    seen += IndexDb().log.back() + std::to_string(IndexDb().log.size());
-    EXPECT_EQ(seen, "-|-|-|-9|-9|-9|-9|-|0|1|0|-|" + status + "-|-|-|-|-|-9|-9|-|-|-|-|-|-|" + status + "Close" + std::to_string(c.calls * 2));
+    const std::string seen = Infox(kChannel) + InfoClk(kChannel);
+    EXPECT_EQ(seen + IndexDb().log.back() + std::to_string(IndexDb().log.size()), "-|-|-|-9|-9|-9|-9|-|0|1|0|-|" + status + "-|-|-|-|-|-9|-9|-|-|-|-|-|-|" + status + "Close" + std::to_string(c.calls * 2));
   }
 }
 
