@@ -82,7 +82,6 @@ std::string Parsed(const std::string& text) {
 TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason) {
   const std::string site = "anonymous = allow\nsite.ubo.index = /ubo\n";
   const std::string cases[][2] = {
-      // ranges, TLS pairs and sites: the fuzz target's
       {"listen = [::1]:5\nworkers = 8\nanonymous = allow\nsite.UBO.index = i\nidle_timeout = "
        "86400\nhandshake_timeout = 1",
        "::1,localhost,127.0.0.1,5 8 i 86400 1"},
@@ -95,7 +94,7 @@ TEST(ServerConfigTest, ReadsEveryKeyAndRefusesUnusableConfigurationsWithAReason)
       {site + "workers = 2\nworkers = 3\n", "line 4: 'workers' given twice"},
       {site + "user.a = /a\nlisten = [::]:1\n", "name is required"},
   };
-  for (const auto& [text, expected] : cases)
+  for (const auto& [text, expected] : cases)  // ranges, TLS pairs and sites: the fuzz target's
     EXPECT_NE(Parsed(text).find(expected), npos) << text << " -> " << Parsed(text);
 }
 

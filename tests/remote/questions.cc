@@ -31,8 +31,7 @@ std::string Out(std::integral auto value) { return std::to_string(value); }
 template <class... A>
 std::string Call(const char* op, const A&... args) {
   std::ostringstream text;
-  text << op << '(';
-  ((text << args << ','), ...);
+  ((text << op << '('), ..., (text << args << ','));
   return text.str();
 }
 
@@ -51,51 +50,46 @@ Answer Info(bool clk, std::string diag, unsigned shot, short sub, short k1, shor
   Text a, b, c, d, e, f, g, h, i, j, k;
   short n3 = 0x5a5a, n4 = n3;
   int set = 0x5a5a5a, n8 = set, pre = set, ivl = set, host = set;
-  const std::string call =
-      Call(clk ? "tovakGetDTSinfoCLK" : "tovakGetDTSinfox", diag, shot, sub, k1, k2);
+  const std::string args = Call("", diag, shot, sub, k1, k2);
+  const int status = clk ? tovakGetDTSinfoCLK(diag.c_str(), shot, sub, k1, k2, server, a, b, c, d,
+                                              e, &set, &n8, f, g, h, i, j, k)
+                         : tovakGetDTSinfox(diag.c_str(), shot, sub, k1, k2, server, a, b, c, &n3,
+                                            &n4, &set, &n8, d, &pre, &ivl, &host, e);
   if (!clk)
-    return Make(call,
-                tovakGetDTSinfox(diag.c_str(), shot, sub, k1, k2, server, a, b, c, &n3, &n4, &set,
-                                 &n8, d, &pre, &ivl, &host, e),
-                a, b, c, n3, n4, set, n8, d, pre, ivl, host, e);
-  const int status = tovakGetDTSinfoCLK(diag.c_str(), shot, sub, k1, k2, server, a, b, c, d, e,
-                                        &set, &n8, f, g, h, i, j, k);
+    return Make("tovakGetDTSinfox" + args, status, a, b, c, n3, n4, set, n8, d, pre, ivl, host, e);
   const bool own = i.Str().empty(), external = f.Str() == "External";
   if (status == 0 && timings != nullptr)  // a clock of another unit: "ClkDTS kind unit module"
     timings->insert(Timing{(own ? a : i).Str(), (own ? b : j).Str(), (own ? c : k).Str(), d.Str(),
                            a.Str(), b.Str(), c.Str(), e.Str(), f.Str(), std::to_string(set),
                            external ? std::to_string(set) : "1", g.Str()});
-  return Make(call, status, a, b, c, d, e, set, n8, f, g, h, i, j, k);
+  return Make("tovakGetDTSinfoCLK" + args, status, a, b, c, d, e, set, n8, f, g, h, i, j, k);
 }
 
-void AddTimingQuestions(const Timing& t, unsigned shot, unsigned short sub,
-                        std::vector<Question>& questions) {
+void AddTiming(const Timing& t, unsigned shot, unsigned short sub, std::vector<Question>& out) {
   const auto s = [t](int field) { return t[field].c_str(); };
   const std::string args =
       Call("", s(0), s(1), s(2), s(3), s(4), s(5), s(6), s(7), s(8), s(9), s(10), s(11), shot, sub);
   const auto cycle = [=](const char* server) {
     int interval = 1000;
     int64_t period = 0x5a5a5a5a, start = period, trigger = period, cycles = period;
-    return Make(
-        "tovakSamplingCycle" + args,
+    const int status =
         tovakSamplingCycle(server, s(0), s(1), s(2), s(3), s(4), s(5), s(6), s(7), &interval, shot,
-                           sub, s(8), s(9), s(10), &period, &start, &trigger, &cycles),
-        interval, period, start, trigger, cycles);
+                           sub, s(8), s(9), s(10), &period, &start, &trigger, &cycles);
+    return Make("tovakSamplingCycle" + args, status, interval, period, start, trigger, cycles);
   };
-  questions.push_back(cycle);
+  out.push_back(cycle);
   for (bool fromStart : {false, true})
     for (int64_t in : {int64_t{TOVAK_TIME_UNKNOWN}, int64_t{123456789}})
-      questions.push_back([=](const char* server) {
+      out.push_back([=](const char* server) {
         const Answer base = cycle(server);
         int64_t trigger = in, first = 0x5a5a5a5a;
-        return Make(Call("tovakSampling0Timing", args, fromStart, in),
-                    tovakSampling0Timing(server, fromStart, s(4), s(5), s(6), s(7), shot, sub, s(8),
-                                         s(11), std::stoll(base.outputs[1]),
-                                         std::stoll(base.outputs[2]), &trigger, &first),
-                    trigger, first);
+        const int status = tovakSampling0Timing(server, fromStart, s(4), s(5), s(6), s(7), shot,
+                                                sub, s(8), s(11), std::stoll(base.outputs[1]),
+                                                std::stoll(base.outputs[2]), &trigger, &first);
+        return Make(Call("tovakSampling0Timing", args, fromStart, in), status, trigger, first);
       });
   for (int64_t last : {0, 10, 1000})  // the axis and the seconds are made locally
-    questions.push_back([=](const char* server) {
+    out.push_back([=](const char* server) {
       int interval = 1000;
       double axis[4] = {-3, -3, -3, -3}, cycleOut = -7.5, delay = -7.5;
       const int status = tovakGetDTSdatax2_ex(server, s(4), s(5), s(6), s(7), s(0), s(1), s(2),
@@ -109,7 +103,7 @@ void AddTimingQuestions(const Timing& t, unsigned shot, unsigned short sub,
 }  // namespace
 
 std::vector<Question> Questions(const std::string& server) {
-  std::vector<Question> questions;
+  std::vector<Question> out;
   std::set<Timing> timings;
   for (std::string diag : {"Magnetics", "Bolometer", "ECE", "Interferometer", "Langmuir",
                            "Spectroscopy", "O'Brien\"; DROP TABLE site; --\\", "plain", "X", ""})
@@ -118,20 +112,19 @@ std::vector<Question> Questions(const std::string& server) {
         for (short k1 : {-1, 1, 2, 3})
           for (short k2 : {-1, 1, 4, 5, 8, 9}) {
             for (bool clk : {false, true})
-              questions.push_back(
-                  [=](const char* at) { return Info(clk, diag, shot, sub, k1, k2, at); });
+              out.push_back([=](const char* at) { return Info(clk, diag, shot, sub, k1, k2, at); });
             Info(true, diag, shot, sub, k1, k2, server.c_str(), &timings);
           }
   for (const Timing& timing : timings)  // those of shot 119999 fail
     for (unsigned shot : {119999u, 120000u, 120050u})
-      for (unsigned short sub : {0, 2}) AddTimingQuestions(timing, shot, sub, questions);
+      for (unsigned short sub : {0, 2}) AddTiming(timing, shot, sub, out);
 
   for (std::string unit : {"fdts01", "vdts01", "cdts01", "odd'unit;\\", "lower", "X"})
     for (std::string module : {"DMODSS0", "DMOD0", "DMOD1", "DMODSS12", "dmodss", "DMOD9"})
       for (unsigned shot : {1u, 119999u, 120000u, 120050u})
         for (unsigned short sub : {0, 2}) {
           for (unsigned short channel : {0, 1, 2, 3, 7, 8, 9})
-            questions.push_back([=](const char* at) {
+            out.push_back([=](const char* at) {
               CParamSet list;
               list.AddParam("before", "kept");
               return Make(
@@ -140,7 +133,7 @@ std::vector<Question> Questions(const std::string& server) {
                   list.GetString());
             });
           for (auto [first, last] : {std::pair{1, 8}, {0, 0}, {8, 1}, {-1, 3}, {1, 99}, {3, 3}})
-            questions.push_back([=](const char* at) {
+            out.push_back([=](const char* at) {
               short count = 0x5a5a;
               int firstOut = first, lastOut = last;
               Text used;
@@ -150,7 +143,7 @@ std::vector<Question> Questions(const std::string& server) {
                           count, firstOut, lastOut, used);
             });
         }
-  return questions;
+  return out;
 }
 
 std::string Mismatch(const Answer& direct, const Answer& remote) {

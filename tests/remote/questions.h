@@ -1,5 +1,4 @@
-// Every lookup with a remote form over a demo site's data, as questions that direct access and a
-// tovak-server must answer alike (see Mismatch for where the remote front ends differ by design).
+// Every remote lookup over a demo site's data: questions direct and remote access answer alike.
 #ifndef TOVAK_TESTS_REMOTE_QUESTIONS_H_
 #define TOVAK_TESTS_REMOTE_QUESTIONS_H_
 
@@ -22,8 +21,7 @@ using Question = std::function<Answer(const char* server)>;
 // The questions over the data of server, odd names and keys among them.
 std::vector<Question> Questions(const std::string& server);
 
-// "" when remote may stand for direct, else what differs: texts arrive only on success, then all
-// (untouched ones empty).
+// "" when remote may stand for direct, else what differs: texts come on success only (else empty).
 std::string Mismatch(const Answer& direct, const Answer& remote);
 
 }  // namespace tovak::testing

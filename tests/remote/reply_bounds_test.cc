@@ -1,5 +1,4 @@
-// The library's remote client against a fake server: replies beyond what direct access gives are
-// refused whole, leaving every buffer and number as it was; replies at the limits are delivered.
+// The remote client refuses replies beyond direct access whole (outputs kept); ones at limits pass.
 #include <google/protobuf/text_format.h>
 #include <grpcpp/security/server_credentials.h>
 #include <grpcpp/server_builder.h>
@@ -18,14 +17,12 @@
 namespace tovak::testing {
 namespace {
 
-namespace v1 = tovak::remote::v1;
-using Context = grpc::ServerContext;
+using namespace tovak::remote::v1;
+using Ctx = grpc::ServerContext;
 using grpc::Status;
 
-// Serves every site at the address the library uses while it lives; answers two lookups with
-// reply, in protobuf's text format.
-class FakeServer final : public v1::TimingData::Service {
- public:
+// Serves every site at the library's address while it lives; answers two lookups with reply (text).
+struct FakeServer final : TimingData::Service {
   explicit FakeServer(std::string reply) : reply_(std::move(reply)) {
     grpc::ServerBuilder builder;
     int port = 0;
@@ -35,30 +32,21 @@ class FakeServer final : public v1::TimingData::Service {
     address_ = "grpc://127.0.0.1:" + std::to_string(port) + "/ubo";
     setTovakProtocolV2(address_.c_str());  // the library keeps the pointer
   }
-  ~FakeServer() override {
-    tovakRelease();
-    server_->Shutdown();
-  }
+  ~FakeServer() override { tovakRelease(), server_->Shutdown(); }
 
-  Status SelectSite(Context*, const v1::SelectSiteRequest*, v1::SelectSiteReply*) override {
-    return Status::OK;
-  }
-  Status GetDTSinfox(Context*, const v1::DTSinfoxRequest*, v1::DTSinfoxReply* r) override {
-    return Answer(r);
-  }
-  Status GetDTSParametersCount(Context*, const v1::DTSParametersCountRequest*,
-                               v1::DTSParametersCountReply* r) override {
+  Status SelectSite(Ctx*, const SelectSiteRequest*, SelectSiteReply*) override { return {}; }
+  Status GetDTSinfox(Ctx*, const DTSinfoxRequest*, DTSinfoxReply* r) override { return Answer(r); }
+  Status GetDTSParametersCount(Ctx*, const DTSParametersCountRequest*,
+                               DTSParametersCountReply* r) override {
     return Answer(r);
   }
 
- private:
   Status Answer(google::protobuf::Message* reply) {
     EXPECT_TRUE(google::protobuf::TextFormat::ParseFromString(reply_, reply)) << reply_;
     return Status::OK;
   }
 
-  const std::string reply_;
-  std::string address_;
+  std::string reply_, address_;
   std::unique_ptr<grpc::Server> server_;
 };
 
