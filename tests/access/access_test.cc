@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include "access/state.h"
 #include "doubles/companions.h"
@@ -37,6 +38,13 @@ TEST_F(AccessTest, ProtocolIsDecidedOnceUnlessChosen) {
   EXPECT_EQ(isTovakProtocolV2("dbhost"), 1);
   EXPECT_EQ(tDataClientSetup("grpc://ignored:1/x"), &Client());
   EXPECT_EQ(Client().log, (CallLog{"Connect(configured,9)", "SelectSite(cfg,0)"}));
+}
+
+TEST_F(AccessTest, IndexNoClosingSwitchesTheSessionAndUnknownKindsHaveNoId) {
+  setTovakProtocolV1(), IndexDb().setups.emplace_back();  // an index connection was set up
+  const auto mode = [](int m) { IndexNoClosing(m); return std::pair(CIndexDBComm::swCloseEachTime, IndexDb().log.size()); };
+  EXPECT_EQ((std::vector{mode(1), mode(2), mode(0), mode(2)}), (std::vector<std::pair<bool, size_t>>{{false, 0}, {false, 0}, {true, 1}, {true, 1}}));
+  EXPECT_EQ(get_dmod_host_id(&IndexDb(), "FPGA-DTS2", "h"), -1);  // not 0, an id a unit may have
 }
 
 // The client's calls and its TLS flag at Connect (5 before) for one address.

@@ -1,6 +1,5 @@
-// Scripted companions linked instead of the real ones: databases and a remote
-// client that answer what a test scripts and log every call, and an in-memory
-// configuration. An unscripted call fails the test.
+// Scripted companions linked instead of the real ones: databases and a remote client that answer
+// what a test scripts and log every call, an in-memory configuration. Unscripted calls fail.
 #ifndef TOVAK_TESTS_DOUBLES_COMPANIONS_H_
 #define TOVAK_TESTS_DOUBLES_COMPANIONS_H_
 
@@ -229,8 +228,7 @@ ScriptedClient& Client();
 void SetConfig(const std::string& key, const std::string& value);
 int SetEnvCalls();
 
-// Back to a freshly loaded library: protocol undecided, no remote server,
-// verbose off, closing after each call, no singletons or configuration.
+// A fresh library: protocol undecided, verbose off, closing, no singletons or configuration.
 void ResetCompanions();
 
 // Resets before each test; after it, every result deleted and none read outside.

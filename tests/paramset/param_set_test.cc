@@ -49,10 +49,10 @@ TEST(ParamSetText, RoundTripsAnyTextAndAppends) {
     set.AddParam(text, text, -42);
   }
   CParamSet back;
-  ASSERT_EQ(back.PutString("CParamSet 1 1\n2 held %c3%a9%7e\n"), 0);  // lower-case hex too
-  EXPECT_EQ(back.GetString(), "CParamSet 1 1\n2 held %C3%A9~\n");     // printable ASCII only
+  ASSERT_EQ(back.PutString("CParamSet 1 1\n2 held %c3%a9%7e%5f\n"), 0);  // lower-case hex too
+  EXPECT_EQ(back.GetString(), "CParamSet 1 1\n2 held %C3%A9~_\n");       // printable ASCII only
   ASSERT_EQ(back.PutString(set.GetString().c_str()), 0);
-  EXPECT_EQ(Entries(back), "held=\xC3\xA9~:2;" + Entries(set));
+  EXPECT_EQ(Entries(back), "held=\xC3\xA9~_:2;" + Entries(set));
 }
 
 TEST(ParamSetText, MalformedTextLeavesListAsItWas) {

@@ -41,8 +41,7 @@ class FaultTest : public ::testing::Test {
   }
   void TearDown() override { tovakRelease(); }
 
-  // Asks the next known question through the server at address: the status. The call ends within
-  // three deadlines and slack (a lookup may connect, select its site and call); an answer is right.
+  // The next known question through address: the status; within 3 deadlines, a right answer.
   int Ask(const std::string& address, milliseconds deadline = kGuard) {
     setenv("TOVAK_DEADLINE_MS", std::to_string(deadline.count()).c_str(), 1);
     setTovakProtocolV2((address_ = address).c_str());
@@ -139,8 +138,7 @@ TEST_F(FaultTest, KilledOrPausedServersAndWorkersGiveStatusesAndAreFoundAgain) {
 TEST_F(FaultTest, RequestsOfExtremeNumbersLeaveTheWorkersAnsweringAndThePortTheirs) {
   ServerProcess plain(dir_, "plain", "anonymous = allow\n");
   ASSERT_TRUE(plain.listening()) << plain.Log();
-  // Every field of the service's messages (1 to 15) as a number at its extreme, 2^64-1: answered,
-  // or refused as not usable (or not known), never a lost worker or a hang.
+  // Every message field (1 to 15) as 2^64-1: answered or refused, never a lost worker or a hang.
   std::string extreme;
   for (char field = 1; field <= 15; ++field)
     extreme += char(field << 3) + std::string(9, '\xff') + '\x01';

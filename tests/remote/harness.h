@@ -1,6 +1,5 @@
-// The harness of the db and remote tests: throwaway directories and keys, a tovak-server on
-// loopback and PostgreSQL clusters of scripts/dbctl, both stopped by PID; paused processes; raw
-// gRPC calls; and the one way to wait for what another process or thread does.
+// The harness of the db and remote tests: temporary directories and keys, servers and clusters
+// stopped by PID, paused processes, raw gRPC calls, and the one way to wait for another process.
 #ifndef TOVAK_TESTS_REMOTE_HARNESS_H_
 #define TOVAK_TESTS_REMOTE_HARNESS_H_
 
@@ -26,8 +25,7 @@ void WriteFile(const std::string& path, const std::string& text);
 std::string ReadFile(const std::string& path);
 void Run(const std::string& command);  // a shell command; throws unless it succeeds
 
-// Checks condition every 10 ms until it holds (true) or guard passes (false). The guard only bounds
-// a hang: a test waits for what it needs, never for a time it hopes is long enough.
+// Checks condition every 10 ms until it holds (true) or guard passes (false): a bound on a hang.
 inline constexpr std::chrono::minutes kGuard{1};
 template <class Condition>
 bool Eventually(Condition condition, std::chrono::milliseconds guard = kGuard) {
@@ -58,8 +56,7 @@ class TempDir : Unique {
   std::error_code ignored_;
 };
 
-// DIR/NAME.key (PEM, encrypted unless the passphrase is empty; the passphrase in NAME.pass) and
-// NAME.pub; returns DIR/NAME.
+// DIR/NAME.key (PEM, encrypted unless the passphrase in NAME.pass is ""), NAME.pub: DIR/NAME.
 std::string MakeUserKey(const TempDir& dir, const std::string& name, const char* algorithm,
                         const std::string& passphrase);
 // DIR/NAME.crt, self-signed for localhost and 127.0.0.1, and NAME.key; returns DIR/NAME.
@@ -107,8 +104,7 @@ class ServerProcess : Unique {
   int port_ = 0, status_ = -1;
 };
 
-// A cluster of scripts/dbctl (TOVAK_DBCTL): the one in dir, or a fresh one of its own with the demo
-// experiment, made now and removed at the end.
+// A cluster of scripts/dbctl (TOVAK_DBCTL): the one in dir, or a fresh demo one, removed after.
 class Cluster : Unique {
  public:
   explicit Cluster(std::string dir) : dir_(std::move(dir)) {}
@@ -127,8 +123,7 @@ class Cluster : Unique {
   std::string dir_;
 };
 
-// Calls method of the remote data service with payload as its request and the metadata (site
-// "ubo" unless it names another): the gRPC status.
+// Calls method with payload as its request and metadata (site "ubo" unless named): the status.
 grpc::Status CallWithPayload(const std::shared_ptr<grpc::Channel>& channel,
                              const std::string& method, const std::string& payload,
                              std::map<std::string, std::string> metadata = {});
